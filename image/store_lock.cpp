@@ -1,0 +1,3 @@
+#include "image/store_lock.h"
+
+QMutex storeMutex(QMutex::NonRecursive);
