@@ -52,6 +52,7 @@ bool Plugin::load(const QString &path, QString *error)
     lookUp(library, "PLCAddressChangeIntef", plcAddressChangeIntef, missing);
     lookUp(library, "GetRegisterData", getRegisterData, missing);
     lookUp(library, "SetRegisterData", setRegisterData, missing);
+    lookUp(library, "CalCRC", calCrc, missing);
     lookUp(library, "PLC_driver", driver, missing);
     if (missing.isEmpty())
         return true;

@@ -32,6 +32,7 @@ public:
     decltype(&::PLCAddressChangeIntef) plcAddressChangeIntef = nullptr;
     decltype(&::GetRegisterData) getRegisterData = nullptr;
     decltype(&::SetRegisterData) setRegisterData = nullptr;
+    decltype(&::CalCRC) calCrc = nullptr;
     Emerson_EC_Series *driver = nullptr; ///< PLC_driver, the driver's state.
 
 private:
