@@ -1,0 +1,241 @@
+#include "host/line.h"
+
+namespace {
+
+/// A reply of unknown length has ended after this long at least: adapters hand over what they get in pieces.
+constexpr qint64 AnyLengthSilence = 20000;
+constexpr int LongestReply = 256;
+
+qint64 microseconds(qint64 milliseconds)
+{
+    return milliseconds * 1000;
+}
+
+/// True when only further bytes can change the verdict: there is something for the driver.
+bool isWhole(ReplyKind kind)
+{
+    return kind != ReplyKind::Incomplete && kind != ReplyKind::Foreign;
+}
+
+} // namespace
+
+struct Line::Exchange {
+    explicit Exchange(const Request &request) : request(request) {}
+
+    const Request &request;
+    Transaction result;
+    qint64 requestEnd = 0; ///< When the last byte of the request has left.
+    QByteArray bytes;      ///< What came and is neither judged nor discarded yet.
+    qint64 bytesAt = 0;    ///< When the first of them came.
+
+    void discard(Discarded::Reason reason, int count)
+    {
+        if (count > 0)
+            result.discarded.append({reason, bytes.left(count), bytesAt});
+        bytes.remove(0, count);
+    }
+    void discardAll(Discarded::Reason reason) { discard(reason, bytes.size()); }
+};
+
+Line::Line(Channel &channel, const LineSettings &settings, CrcFunction crc)
+    : channel(channel), settings(settings), crc(crc), silence(settings.silentInterval())
+{
+}
+
+Transaction Line::transact(const Request &request)
+{
+    Exchange exchange(request);
+    Transaction &result = exchange.result;
+    result.outcome = Outcome::PortGone;
+    if (listenForSilence(exchange) && send(exchange))
+        result.outcome = awaitOutcome(exchange);
+    result.doneAt = channel.now();
+
+    if (result.outcome == Outcome::PortGone) {
+        exchange.discardAll(Discarded::Noise);
+        lastByteAt = -1;
+    }
+    // What is still missing may come yet, and would look like the answer to the next request.
+    const bool isCutOff =
+        result.outcome == Outcome::WrongLength && (request.replyLen < 0 || result.reply.size() < request.replyLen);
+    const bool isMissing = result.outcome == Outcome::Timeout || isCutOff;
+    // The first good answer afterwards may be that late one, or be followed by it: one more window.
+    if (isMissing || isOneMissing)
+        quietUntil = result.doneAt + microseconds(settings.lateWindow);
+    isOneMissing = isMissing;
+    return result;
+}
+
+/// False when the port is gone.
+bool Line::listenForSilence(Exchange &exchange)
+{
+    const qint64 start = channel.now();
+    if (lastByteAt < 0)
+        lastByteAt = start;
+    // A line that is never silent must not stop the panel for ever: its requests then fail, and are counted.
+    const qint64 patience = microseconds(qint64(settings.replyTimeout) + settings.lateWindow);
+    const qint64 giveUpAt = qMax(start, quietUntil) + qMax(patience, silence);
+    for (;;) {
+        const qint64 burstEnd = lastByteAt + silence;
+        const qint64 until = exchange.bytes.isEmpty() ? qMax(quietUntil, burstEnd) : burstEnd;
+        const Heard heard = receive(exchange, qMin(until, giveUpAt));
+        if (heard == Heard::Bytes && lastByteAt < giveUpAt)
+            continue;
+        exchange.discardAll(exchange.bytesAt < quietUntil ? Discarded::Late : Discarded::BeforeRequest);
+        if (heard == Heard::PortGone)
+            return false;
+        if (channel.now() >= qMin(qMax(quietUntil, lastByteAt + silence), giveUpAt))
+            return true;
+    }
+}
+
+/// False when the port is gone.
+bool Line::send(Exchange &exchange)
+{
+    const QByteArray &frame = exchange.request.frame;
+    exchange.result.sentAt = channel.now();
+    if (!channel.send(frame))
+        return false;
+    // The system takes the bytes at once; they leave at the baud rate.
+    exchange.requestEnd = channel.now() + settings.charactersTime(frame.size());
+    lastByteAt = exchange.requestEnd;
+    return true;
+}
+
+Outcome Line::awaitOutcome(Exchange &exchange)
+{
+    if (exchange.request.replyLen == 0)
+        return passTurnaround(exchange);
+    if (settings.hasEcho) {
+        const Heard echo = takeEcho(exchange);
+        if (echo != Heard::Bytes)
+            return echo == Heard::PortGone ? Outcome::PortGone : Outcome::Timeout;
+    }
+    return awaitReply(exchange);
+}
+
+Outcome Line::passTurnaround(Exchange &exchange)
+{
+    const qint64 until = exchange.requestEnd + microseconds(settings.turnaround);
+    while (channel.now() < until)
+        if (receive(exchange, until) == Heard::PortGone)
+            return Outcome::PortGone;
+    if (settings.hasEcho) {
+        exchange.result.echoMissing = !exchange.bytes.startsWith(exchange.request.frame);
+        if (!exchange.result.echoMissing)
+            exchange.discard(Discarded::Echo, exchange.request.frame.size());
+    }
+    exchange.discardAll(Discarded::Foreign);
+    return Outcome::NoReplyExpected;
+}
+
+/// Bytes when the echo came and was removed. One that differs is waited out like one that is missing: the PLC may have
+/// understood the request all the same, and its answer must not meet the next one.
+Line::Heard Line::takeEcho(Exchange &exchange)
+{
+    const QByteArray &frame = exchange.request.frame;
+    const qint64 until = exchange.requestEnd + microseconds(settings.replyTimeout);
+    bool isOver = false;
+    while (!exchange.bytes.startsWith(frame) && !isOver) {
+        if (receive(exchange, until) == Heard::PortGone)
+            return Heard::PortGone;
+        isOver = channel.now() >= until;
+    }
+    if (!exchange.bytes.startsWith(frame)) {
+        exchange.discardAll(Discarded::Echo);
+        exchange.result.echoMissing = true;
+        return Heard::Nothing;
+    }
+    exchange.discard(Discarded::Echo, frame.size());
+    return Heard::Bytes;
+}
+
+Outcome Line::awaitReply(Exchange &exchange)
+{
+    const Request &request = exchange.request;
+    const auto judge = settings.isGuarded ? judgeReply : judgeLength;
+    const bool isAnyLength = request.replyLen < 0;
+    const qint64 pause = isAnyLength ? qMax(silence, AnyLengthSilence) : silence;
+    const qint64 limit = exchange.requestEnd + microseconds(settings.replyTimeout)
+                         + settings.charactersTime(isAnyLength ? LongestReply : request.replyLen);
+    ReplyVerdict verdict = judge(request, exchange.bytes, crc);
+    for (;;) {
+        const qint64 end = isWhole(verdict.kind) ? limit + pause : limit;
+        const qint64 until = verdict.kind == ReplyKind::Incomplete ? end : qMin(lastByteAt + pause, end);
+        const Heard heard = receive(exchange, until);
+        if (heard == Heard::PortGone)
+            return Outcome::PortGone;
+        if (heard == Heard::Bytes) {
+            verdict = judge(request, exchange.bytes, crc);
+            if (lastByteAt < (isWhole(verdict.kind) ? limit + pause : limit))
+                continue;
+        } else if (channel.now() < until) {
+            continue;
+        }
+        if (verdict.kind != ReplyKind::Foreign)
+            return conclude(exchange, verdict);
+        exchange.discardAll(Discarded::Foreign);
+        verdict = ReplyVerdict();
+        if (channel.now() >= limit)
+            return Outcome::Timeout;
+    }
+}
+
+/// Hands over what the driver shall see.
+Outcome Line::conclude(Exchange &exchange, const ReplyVerdict &verdict)
+{
+    exchange.discard(Discarded::Noise, verdict.start);
+    Transaction &result = exchange.result;
+    result.reply = exchange.bytes;
+    result.exceptionCode = verdict.exceptionCode;
+    switch (verdict.kind) {
+    case ReplyKind::Good:
+        // Without pacing an answer is there before the request would have left.
+        result.replyTime = qMax<qint64>(0, lastByteAt - exchange.requestEnd);
+        return Outcome::Good;
+    case ReplyKind::Exception:
+        return Outcome::Exception;
+    case ReplyKind::BadCrc:
+        return Outcome::BadCrc;
+    case ReplyKind::TooLong:
+        return Outcome::WrongLength;
+    case ReplyKind::Incomplete:
+    case ReplyKind::Foreign:
+        break;
+    }
+    return result.reply.isEmpty() ? Outcome::Timeout : Outcome::WrongLength;
+}
+
+Line::Heard Line::receive(Exchange &exchange, qint64 until)
+{
+    const QByteArray chunk = channel.receiveUntil(until);
+    if (chunk.isEmpty())
+        return channel.isOpen() ? Heard::Nothing : Heard::PortGone;
+    lastByteAt = channel.now();
+    if (exchange.bytes.isEmpty())
+        exchange.bytesAt = lastByteAt;
+    exchange.bytes += chunk;
+    exchange.result.bytesReceived += chunk.size();
+    return Heard::Bytes;
+}
+
+QString outcomeName(Outcome outcome)
+{
+    switch (outcome) {
+    case Outcome::Good:
+        return QStringLiteral("good");
+    case Outcome::NoReplyExpected:
+        return QStringLiteral("no-reply");
+    case Outcome::Timeout:
+        return QStringLiteral("timeout");
+    case Outcome::BadCrc:
+        return QStringLiteral("crc");
+    case Outcome::WrongLength:
+        return QStringLiteral("length");
+    case Outcome::Exception:
+        return QStringLiteral("exception");
+    case Outcome::PortGone:
+        return QStringLiteral("port");
+    }
+    return QString();
+}

@@ -1,0 +1,158 @@
+#include "host/serial_channel.h"
+
+#include <cerrno>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+/// A port that takes no byte for this long, beyond the time that the frame needs, is as good as gone.
+constexpr qint64 StuckMicroseconds = 1000000;
+constexpr short GoneEvents = POLLERR | POLLHUP | POLLNVAL;
+
+bool isPassing(int error)
+{
+    return error == EAGAIN || error == EINTR;
+}
+
+bool isPseudoTerminal(int descriptor)
+{
+    constexpr unsigned FirstMajor = 136, LastMajor = 143;
+    struct stat state;
+    return ::fstat(descriptor, &state) == 0 && S_ISCHR(state.st_mode) && major(state.st_rdev) >= FirstMajor
+           && major(state.st_rdev) <= LastMajor;
+}
+
+} // namespace
+
+SerialChannel::SerialChannel(const LineSettings &settings)
+    : settings(settings), wakeDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      abortDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+{
+    clock.start();
+}
+
+SerialChannel::~SerialChannel()
+{
+    for (const int descriptor : {wakeDescriptor, abortDescriptor})
+        if (descriptor >= 0)
+            ::close(descriptor);
+}
+
+bool SerialChannel::open(QString *error)
+{
+    close();
+    port.reset(new QSerialPort(settings.port));
+    if (port->open(QIODevice::ReadWrite) && setUp())
+        return true;
+    QString reason = port->errorString();
+    // Only this text tells a lock of another program from missing rights.
+    if (reason.contains(QLatin1String("locking the device")))
+        reason = QStringLiteral("another program has it open");
+    *error = QString::fromLatin1("cannot open port %1: %2; expected a serial port that takes %3")
+                 .arg(settings.port, reason, settings.text());
+    close();
+    return false;
+}
+
+bool SerialChannel::setUp()
+{
+    const QSerialPort::Parity parity = settings.parity == Parity::None   ? QSerialPort::NoParity
+                                       : settings.parity == Parity::Even ? QSerialPort::EvenParity
+                                                                         : QSerialPort::OddParity;
+    // It carries bytes, no parity bits, and refuses to be set to any.
+    const bool hasParity = !isPseudoTerminal(port->handle());
+    return port->setBaudRate(settings.baud) && port->setDataBits(QSerialPort::Data8)
+           && port->setParity(hasParity ? parity : QSerialPort::NoParity)
+           && port->setStopBits(settings.stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop)
+           && port->setFlowControl(QSerialPort::NoFlowControl);
+}
+
+void SerialChannel::close()
+{
+    port.reset();
+}
+
+qint64 SerialChannel::now()
+{
+    return clock.nsecsElapsed() / 1000;
+}
+
+/// The descriptor's events; 0 when the moment has come.
+short SerialChannel::waitFor(int descriptor, short events, qint64 moment)
+{
+    for (;;) {
+        const qint64 rest = qMax<qint64>(0, moment - now());
+        const timespec time = {static_cast<time_t>(rest / 1000000), static_cast<long>(rest % 1000000 * 1000)};
+        pollfd entries[] = {{descriptor, events, 0}, {abortDescriptor, POLLIN, 0}};
+        const int count = ::ppoll(entries, 2, &time, nullptr);
+        if (count >= 0)
+            return entries[1].revents != 0 ? short(POLLHUP) : entries[0].revents;
+        if (errno != EINTR)
+            return POLLERR;
+    }
+}
+
+bool SerialChannel::send(const QByteArray &bytes)
+{
+    const qint64 giveUpAt = now() + settings.charactersTime(bytes.size()) + StuckMicroseconds;
+    int sent = 0;
+    while (isOpen() && sent < bytes.size()) {
+        const int descriptor = port->handle();
+        const ssize_t count = ::write(descriptor, bytes.constData() + sent, size_t(bytes.size() - sent));
+        if (count > 0) {
+            sent += int(count);
+        } else if (count < 0 && !isPassing(errno)) {
+            close();
+        } else if (waitFor(descriptor, POLLOUT, giveUpAt) != POLLOUT || now() >= giveUpAt) {
+            // Closing would wait for the bytes that nobody takes.
+            ::tcflush(descriptor, TCIOFLUSH);
+            close();
+        }
+    }
+    return isOpen();
+}
+
+QByteArray SerialChannel::receiveUntil(qint64 moment)
+{
+    while (isOpen()) {
+        // An event loop of this thread would have let Qt read them.
+        if (port->bytesAvailable() > 0)
+            return port->readAll();
+        const short events = waitFor(port->handle(), POLLIN, moment);
+        if (events == 0)
+            break;
+        char bytes[4096];
+        const ssize_t count = ::read(port->handle(), bytes, sizeof bytes);
+        if (count > 0)
+            return QByteArray(bytes, int(count));
+        // Readable, and nothing to read: the end of the file. A port that was hung up stays like this.
+        if (count == 0 || (events & GoneEvents) != 0 || !isPassing(errno))
+            close();
+        else if (now() >= moment)
+            break;
+    }
+    return QByteArray();
+}
+
+void SerialChannel::sleepUntil(qint64 moment)
+{
+    if (waitFor(wakeDescriptor, POLLIN, moment) == 0)
+        return;
+    eventfd_t ignored;
+    ::eventfd_read(wakeDescriptor, &ignored);
+}
+
+void SerialChannel::abort()
+{
+    ::eventfd_write(abortDescriptor, 1);
+}
+
+void SerialChannel::wake()
+{
+    ::eventfd_write(wakeDescriptor, 1);
+}
