@@ -1,12 +1,18 @@
 #include "sim/control.h"
 
+#include "sim/areas.h"
+#include "sim/fault_report.h"
+
+#include <QtCore/QSaveFile>
 #include <QtCore/QStringList>
 
 namespace {
 
+enum { LongestVanish = 3600000 };
+
 struct Command {
     const char *name;
-    const char *arguments; ///< As shown to a person; one word an argument.
+    const char *arguments; ///< As shown to a person; one word an argument. RULE and FILE are text, the rest numbers.
     const char *meaning;
 };
 
@@ -17,7 +23,14 @@ const Command Commands[] = {
     {"set-coil", "STATION NUMBER VALUE", "give a coil a value, 0 or 1"},
     {"unplug", "", "swallow every byte from the line, answer nothing"},
     {"plug", "", "answer again"},
+    {"stop-answering", "STATION", "the station still hears but answers no more"},
+    {"answer", "STATION", "the station answers again"},
+    {"vanish", "MS", "the port is gone for MS milliseconds"},
+    {"fault", "RULE", "add a rule of faults: KIND[,KEY=VALUE...]"},
+    {"clear-faults", "", "forget all rules"},
+    {"ledger", "", "how often each fault was done, KIND=COUNT"},
     {"statistics", "", "what the slave has seen and done"},
+    {"dump", "STATION FILE", "write all cells but the zeros as CSV: kind,number,value"},
     {"quit", "", "end"},
 };
 
@@ -42,6 +55,11 @@ QStringList argumentsOf(const Command &command)
 QString usage(const Command &command)
 {
     return QString::fromLatin1("%1 %2").arg(QLatin1String(command.name), QLatin1String(command.arguments)).trimmed();
+}
+
+bool isText(const QString &argument)
+{
+    return argument == QLatin1String("RULE") || argument == QLatin1String("FILE");
 }
 
 QString commandNames()
@@ -84,19 +102,24 @@ QString Control::answer(const QString &line)
     if (words.size() - 1 != names.size())
         return error(QString::fromLatin1("%1 arguments, expected: %2").arg(words.size() - 1).arg(usage(*command)));
     QList<int> numbers;
+    QString text;
     for (int i = 0; i < names.size(); ++i) {
-        bool isNumber = false;
-        numbers << words.at(i + 1).toInt(&isNumber);
-        if (!isNumber)
-            return error(QString::fromLatin1("%1 '%2' is not a number, expected: %3")
-                             .arg(names.at(i), words.at(i + 1), usage(*command)));
+        const QString &word = words.at(i + 1);
+        bool isFine = true;
+        if (isText(names.at(i)))
+            text = word;
+        else
+            numbers << word.toInt(&isFine);
+        if (!isFine)
+            return error(
+                QString::fromLatin1("%1 '%2' is not a number, expected: %3").arg(names.at(i), word, usage(*command)));
+        if (names.at(i) == QLatin1String("STATION") && !slave.memory(numbers.last()))
+            return error(QString::fromLatin1("no station %1 on this line").arg(numbers.last()));
     }
-    if (!numbers.isEmpty() && !slave.memory(numbers.first()))
-        return error(QString::fromLatin1("no station %1 on this line").arg(numbers.first()));
-    return carryOut(words.first(), numbers);
+    return carryOut(words.first(), numbers, text);
 }
 
-QString Control::carryOut(const QString &command, const QList<int> &numbers)
+QString Control::carryOut(const QString &command, const QList<int> &numbers, const QString &text)
 {
     if (command == QLatin1String("registers") || command == QLatin1String("coils"))
         return cells(command == QLatin1String("coils"), numbers);
@@ -104,10 +127,22 @@ QString Control::carryOut(const QString &command, const QList<int> &numbers)
         return setCell(command == QLatin1String("set-coil"), numbers);
     if (command == QLatin1String("statistics"))
         return statistics();
-    if (command == QLatin1String("quit"))
-        finished = true;
+    if (command == QLatin1String("fault"))
+        return addFault(text);
+    if (command == QLatin1String("ledger"))
+        return ledger();
+    if (command == QLatin1String("dump"))
+        return dump(numbers.first(), text);
+    if (command == QLatin1String("vanish"))
+        return vanish(numbers.first());
+    if (command == QLatin1String("clear-faults"))
+        faults.clear();
+    else if (command == QLatin1String("stop-answering") || command == QLatin1String("answer"))
+        wire.setAnswering(numbers.first(), command == QLatin1String("answer"));
+    else if (command == QLatin1String("unplug") || command == QLatin1String("plug"))
+        wire.setPlugged(command == QLatin1String("plug"));
     else
-        slave.setPlugged(command == QLatin1String("plug"));
+        finished = true;
     return QLatin1String("ok");
 }
 
@@ -155,5 +190,50 @@ QString Control::statistics() const
         .arg(counted.broadcasts)
         .arg(counted.otherStations)
         .arg(counted.garbageBytes)
-        .arg(counted.swallowedBytes);
+        .arg(wire.swallowedBytes());
+}
+
+QString Control::addFault(const QString &text)
+{
+    FaultRule rule;
+    QString reason;
+    if (!FaultRule::parse(text, &rule, &reason))
+        return error(reason);
+    faults.add(rule);
+    return QLatin1String("ok");
+}
+
+QString Control::ledger() const
+{
+    QString text = QLatin1String("ok");
+    const QMap<QString, qint64> totals = faultTotals(faults.ledger());
+    for (auto total = totals.begin(); total != totals.end(); ++total)
+        text += QString::fromLatin1(" %1=%2").arg(total.key()).arg(total.value());
+    return text;
+}
+
+QString Control::vanish(int milliseconds)
+{
+    const QString reason = outside("MS", milliseconds, 1, LongestVanish);
+    if (!reason.isEmpty())
+        return reason;
+    wire.takePortAway(moment(), milliseconds);
+    return QLatin1String("ok");
+}
+
+QString Control::dump(int station, const QString &fileName)
+{
+    const PlcMemory &memory = *slave.memory(station);
+    QByteArray text("kind,number,value\n");
+    for (int number = 0; number < PlcMemory::Cells; ++number)
+        if (coilsExist(number, 1) && memory.coil(number))
+            text += "coil," + QByteArray::number(number) + ",1\n";
+    for (int number = 0; number < PlcMemory::Cells; ++number)
+        if (registersExist(number, 1) && memory.holdingRegister(number))
+            text += "register," + QByteArray::number(number) + ',' + QByteArray::number(memory.holdingRegister(number))
+                    + '\n';
+    QSaveFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
+        return error(QString::fromLatin1("cannot write %1: %2").arg(fileName, file.errorString()));
+    return QLatin1String("ok");
 }

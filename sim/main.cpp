@@ -1,134 +1,92 @@
-/// ecsim: a simulated PLC, a Modbus RTU slave on a pseudo-terminal. See --help.
+/// ecsim: a simulated PLC. See --help.
 #include "sim/control.h"
-#include "sim/pty_line.h"
-#include "sim/slave.h"
+#include "sim/run_command.h"
 
-#include <QtCore/QCommandLineParser>
+#include <CLI/CLI.hpp>
+
 #include <QtCore/QCoreApplication>
-#include <QtCore/QElapsedTimer>
-#include <QtCore/QTimer>
 
 #include <csignal>
 #include <cstdio>
-#include <unistd.h>
 
 namespace {
 
-enum { ExitUsage = 2, ExitPort = 3, SilentMilliseconds = 20, LongestCommand = 4096 };
+const char *const Version = "ecsim " EC_VERSION;
+const char *const Examples = "Examples:\n"
+                             "  ecsim run --pty --link /tmp/plc --live counter@100\n"
+                             "  ecsim run --port /dev/ttyUSB0 --baud 19200 --parity even --stop-bits 1\n"
+                             "  ecsim faults\n"
+                             "  ecsim --version\n"
+                             "Exit codes: 0 ended as told, 2 options, 3 port, 130 interrupted.";
+const char *const RunExamples =
+    "The first line of output is 'ready' and the path that the host opens as its serial port.\n\n"
+    "Examples:\n"
+    "  ecsim run --pty --link /tmp/plc --station 1 --station 2 --live counter@100 --live toggle@8\n"
+    "  ecsim run --pty --link /tmp/plc --pace --baud 9600 --values plc.toml\n"
+    "  ecsim run --pty --fault drop,rate=0.05 --fault truncated,first=10,last=20,at=4 --seed 7 --ledger done.jsonl\n"
+    "  ecsim run --port /dev/ttyUSB0 --baud 19200 --parity even --stop-bits 1\n\n"
+    "Commands on standard input, with --stdin, each answered by a line 'ok ...' or 'error: ...':\n";
 
-const char *const Description =
-    "A simulated PLC: a Modbus RTU slave on a pseudo-terminal (functions 01, 03, 05, 06 and 10).\n"
-    "The first line of output is 'ready' and the path to open as a serial port. It ends when standard input closes.\n\n"
-    "Commands on standard input, each answered by a line 'ok ...' or 'error: ...':\n";
-const char *const Example = "\nExample:\n"
-                            "  ecsim --station 1 --station 2 --live counter@100 --live toggle@8";
-
-int complain(const QString &text, int exitCode)
+/// Fills a text or a list of texts of our own from the library's.
+CLI::Option *addText(CLI::App *app, const char *names, QString *text, const char *meaning, const char *shape)
 {
-    std::fprintf(stderr, "ecsim: %s\n", qPrintable(text));
-    return exitCode;
+    const auto take = [text](const std::string &value) { *text = QString::fromStdString(value); };
+    return app->add_option_function<std::string>(names, take, meaning)->type_name(shape);
 }
 
-void printLine(const QString &line)
+void addTexts(CLI::App *app, const char *names, QStringList *texts, const char *meaning, const char *shape)
 {
-    std::fprintf(stdout, "%s\n", qPrintable(line));
-    std::fflush(stdout);
+    const auto take = [texts](const std::vector<std::string> &values) {
+        for (const std::string &value : values)
+            *texts << QString::fromStdString(value);
+    };
+    app->add_option_function<std::vector<std::string>>(names, take, meaning)
+        ->type_name(shape)
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
-/// Fills the slave as the options say. Returns the reason when they cannot be used.
-QString setUp(Slave &slave, const QStringList &stations, const QStringList &liveCells, const QStringList &stuckCells)
+void addLineOptions(CLI::App *run, RunOptions *options)
 {
-    for (const QString &text : stations) {
-        const int station = text.toInt();
-        if (station < 1 || station > 247)
-            return QString::fromLatin1("--station '%1': expected a number from 1 to 247").arg(text);
-        PlcMemory *const memory = slave.addStation(station);
-        for (const QString &live : liveCells) {
-            LiveCell cell;
-            QString error;
-            if (!LiveCell::parse(live, &cell, &error))
-                return QLatin1String("--live ") + error;
-            memory->addLiveCell(cell);
-        }
-        for (const QString &stuck : stuckCells) {
-            bool isNumber = false;
-            const int number = stuck.toInt(&isNumber);
-            if (!isNumber || number < 0 || number >= PlcMemory::Cells)
-                return QString::fromLatin1("--stuck '%1': expected a number from 0 to 65535").arg(stuck);
-            memory->addStuckCell(number);
-        }
-    }
-    return QString();
+    run->add_flag("--pty", options->pty, "A pseudo-terminal stands for the line");
+    addText(run, "--link", &options->link, "Symbolic link to the pseudo-terminal, removed at the end", "PATH");
+    addText(run, "--port", &options->port, "A real serial port; needs the three below", "PATH");
+    addText(run, "--baud", &options->baud, "Bits a second", "N");
+    addText(run, "--parity", &options->parity, "none, even or odd (with --pty: even)", "P");
+    addText(run, "--stop-bits", &options->stopBits, "1 or 2 (with --pty: 1)", "N");
+    run->add_flag("--pace", options->pace,
+                  "Bytes on the pseudo-terminal take the time they need at --baud;\notherwise they take none");
+    addText(run, "--answer-ms", &options->answerMilliseconds, "The PLC's own time before each answer (0)", "N");
 }
 
-/// Reads commands from standard input and answers them; ends the program when it closes.
-class CommandReader {
-public:
-    CommandReader(Control &control, std::function<void()> beforeCommand)
-        : control(control), beforeCommand(std::move(beforeCommand)), notifier(STDIN_FILENO, QSocketNotifier::Read)
-    {
-        QObject::connect(&notifier, &QSocketNotifier::activated, [this] { readWhatCame(); });
-    }
-
-private:
-    void readWhatCame()
-    {
-        char bytes[4096];
-        const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
-        if (count <= 0)
-            return finish();
-        pending.append(bytes, int(count));
-        for (int end = pending.indexOf('\n'); end >= 0; end = pending.indexOf('\n')) {
-            beforeCommand();
-            const QString answer = control.answer(QString::fromUtf8(pending.left(end)));
-            pending.remove(0, end + 1);
-            if (!answer.isEmpty())
-                printLine(answer);
-            if (control.isFinished())
-                return finish();
-        }
-        if (pending.size() > LongestCommand) {
-            printLine(QString::fromLatin1("error: a command longer than %1 bytes").arg(int(LongestCommand)));
-            pending.clear();
-        }
-    }
-
-    void finish()
-    {
-        notifier.setEnabled(false);
-        QCoreApplication::quit();
-    }
-
-    Control &control;
-    std::function<void()> beforeCommand;
-    QSocketNotifier notifier;
-    QByteArray pending;
-};
-
-int serve(Slave &slave)
+void addPlcOptions(CLI::App *run, RunOptions *options)
 {
-    QElapsedTimer sinceStart;
-    sinceStart.start();
-    QTimer silence;
-    silence.setSingleShot(true);
-    silence.setInterval(SilentMilliseconds);
-    PtyLine line([&](const QByteArray &bytes) {
-        slave.advanceTo(sinceStart.elapsed());
-        line.send(slave.receive(bytes));
-        if (slave.isPending())
-            silence.start();
-        else
-            silence.stop();
-    });
-    QObject::connect(&silence, &QTimer::timeout, [&] { line.send(slave.lineQuiet()); });
-    QString error;
-    if (!line.open(&error))
-        return complain(error, ExitPort);
-    Control control(slave);
-    CommandReader reader(control, [&] { slave.advanceTo(sinceStart.elapsed()); });
-    slave.advanceTo(0);
-    printLine(QLatin1String("ready ") + line.slavePath());
-    return QCoreApplication::exec();
+    addTexts(run, "--station", &options->stations, "A station on this line, 1 to 247 (1); repeatable", "N");
+    addTexts(run, "--live", &options->live,
+             "A cell of every station that changes by itself: counter, counter32,\nramp, sine or toggle; or "
+             "echo@NUMBER=SOURCE, coil-echo@NUMBER=SOURCE; repeatable",
+             "KIND@NUMBER");
+    addTexts(run, "--stuck", &options->stuck,
+             "A register and coil that acknowledges writes but keeps its value; repeatable", "NUMBER");
+    addText(run, "--values", &options->values, "Stations, first values, live and stuck cells from a TOML file", "FILE");
+    addText(run, "--format", &options->format, "Form of the requests: modbus or remote (modbus)", "F");
+    addTexts(
+        run, "--fault", &options->faults,
+        "A rule of faults, KIND[,first=N][,last=N][,station=N][,rate=R] and at, code or\nms where the kind has it; "
+        "requests count from 0; repeatable; see 'ecsim faults'",
+        "RULE");
+    addText(run, "--faults", &options->faultFile, "Rules from a file, one a line; # begins a comment", "FILE");
+    addText(run, "--seed", &options->seed, "Decides everything that faults leave to chance (1)", "N");
+    addText(run, "--ledger", &options->ledgerFile, "At the end: the faults done and totals, as JSON lines", "FILE");
+    run->add_flag("--stdin", options->readsCommands, "Read commands from standard input, end when it closes");
+    run->add_flag("--quiet", options->quiet, "Nothing on standard error but errors");
+}
+
+int listFaults()
+{
+    for (const QString &name : faultNames())
+        std::printf("%-18s %s\n", qPrintable(name), qPrintable(faultMeaning(faultByName(name))));
+    return ExitGood;
 }
 
 } // namespace
@@ -137,30 +95,27 @@ int main(int argc, char **argv)
 {
     std::signal(SIGPIPE, SIG_IGN);
     QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QLatin1String(Description) + Control::help() + QLatin1String(Example));
-    parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this text.")});
-    parser.addOptions({
-        {QStringLiteral("station"), QStringLiteral("A station on this line, 1 to 247; may be repeated."),
-         QStringLiteral("number"), QStringLiteral("1")},
-        {QStringLiteral("live"),
-         QStringLiteral("A cell that changes by itself: counter, counter32, ramp or sine with the number of a "
-                        "register, toggle with that of a coil; may be repeated."),
-         QStringLiteral("kind@number")},
-        {QStringLiteral("stuck"),
-         QStringLiteral("A register and coil that acknowledges writes but keeps its value; may be repeated."),
-         QStringLiteral("number")},
-    });
-    if (!parser.parse(QCoreApplication::arguments()))
-        return complain(parser.errorText(), ExitUsage);
-    if (parser.isSet(QStringLiteral("help")))
-        parser.showHelp();
-    if (!parser.positionalArguments().isEmpty())
-        return complain(
-            QString::fromLatin1("'%1': expected options only, see --help").arg(parser.positionalArguments().first()),
-            ExitUsage);
-    Slave slave;
-    const QString error = setUp(slave, parser.values(QStringLiteral("station")), parser.values(QStringLiteral("live")),
-                                parser.values(QStringLiteral("stuck")));
-    return error.isEmpty() ? serve(slave) : complain(error, ExitUsage);
+    CLI::App app("A simulated PLC: Modbus RTU stations on a serial port or a pseudo-terminal, with faults on demand.",
+                 "ecsim");
+    app.footer(Examples);
+    app.set_version_flag("--version", std::string(Version));
+    app.require_subcommand(1);
+    RunOptions options;
+    CLI::App *const run = app.add_subcommand("run", "Run the PLC until Ctrl-C");
+    addLineOptions(run, &options);
+    addPlcOptions(run, &options);
+    run->footer(RunExamples + Control::help().toStdString());
+    CLI::App *const faults = app.add_subcommand("faults", "List the kinds of faults");
+    faults->footer("Example:\n  ecsim faults");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &problem) {
+        if (problem.get_exit_code() == int(CLI::ExitCodes::Success))
+            return app.exit(problem);
+        const char *const help = run->parsed() ? "ecsim run --help" : "ecsim --help";
+        return complain(QString::fromLatin1("%1: expected options as in '%2'")
+                            .arg(QString::fromLocal8Bit(problem.what()), QLatin1String(help)),
+                        ExitUsage);
+    }
+    return faults->parsed() ? listFaults() : runCommand(options);
 }

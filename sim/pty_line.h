@@ -1,34 +1,33 @@
 /// A pseudo-terminal that stands for the serial line: the simulator's end of it.
 #pragma once
 
-#include <QtCore/QByteArray>
-#include <QtCore/QSocketNotifier>
-#include <QtCore/QString>
+#include "sim/line_end.h"
 
-#include <functional>
+#include <QtCore/QSocketNotifier>
+
 #include <memory>
 
-class PtyLine {
+class PtyLine : public LineEnd {
 public:
-    explicit PtyLine(std::function<void(const QByteArray &)> received);
-    ~PtyLine();
+    PtyLine() = default;
+    ~PtyLine() override;
     PtyLine(const PtyLine &) = delete;
     PtyLine &operator=(const PtyLine &) = delete;
 
-    /// Opens a pseudo-terminal in raw mode. False, with a reason, when that fails.
-    bool open(QString *error);
-    /// The path that the other side opens as its serial port.
-    QString slavePath() const { return path; }
+    /// Opens a pseudo-terminal in raw mode, each time a new one.
+    bool open(QString *error) override;
+    /// Whoever has the other side open can neither read nor write any more.
+    void close() override;
+    QString path() const override { return slavePath; }
     /// Bytes that the other side leaves unread beyond the terminal's buffer are lost, as on a wire.
-    void send(const QByteArray &bytes);
+    void send(const QByteArray &bytes) override;
 
 private:
     bool openSlaveSide();
     void readWhatCame();
 
-    std::function<void(const QByteArray &)> received;
     std::unique_ptr<QSocketNotifier> notifier;
     int masterFd = -1;
     int slaveFd = -1;
-    QString path;
+    QString slavePath;
 };
