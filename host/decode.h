@@ -21,8 +21,8 @@ QStringList decodeFrame(const QByteArray &frame, FrameDirection direction, CrcFu
 QString decodeShort(const QByteArray &frame, FrameDirection direction, CrcFunction crc,
                     const QByteArray &request = QByteArray());
 
-/// A result code of the driver.
-QString resultText(int code);
+/// A result code of the driver; isSilent: there was no reply.
+QString resultText(int code, bool isSilent = false);
 
 /// Each line of the trace in words, with its moment before it.
 QStringList decodeTrace(const QVector<TraceLine> &lines, CrcFunction crc);

@@ -18,7 +18,7 @@ const ResultBlock Blocks[] = {
 
 } // namespace
 
-QString resultText(int code)
+QString resultText(int code, bool isSilent)
 {
     for (const ResultBlock &block : Blocks) {
         const int connection = code - block.first;
@@ -33,7 +33,8 @@ QString resultText(int code)
     }
     switch (code) {
     case 0:
-        return QStringLiteral("bad reply, the frame will be sent again (0)");
+        return (isSilent ? QStringLiteral("no") : QStringLiteral("bad"))
+               + QStringLiteral(" reply, the frame will be sent again (0)");
     case 1:
         return QStringLiteral("good (1)");
     case 100:

@@ -73,7 +73,7 @@ private:
         if (word == "rx")
             return reply(fields);
         if (word == "result")
-            return QLatin1String("  driver: ") + resultText(fields.number("a result code"));
+            return QLatin1String("  driver: ") + resultText(fields.number("a result code"), isSilent);
         if (word == "done")
             return done(fields);
         if (word == "fail")
@@ -113,6 +113,7 @@ private:
     QString reply(TraceFields &fields)
     {
         const QByteArray frame = fields.bytes("a reply");
+        isSilent = frame.isEmpty();
         if (frame.isEmpty())
             return QStringLiteral("< nothing");
         return QLatin1String("< ") + decodeShort(frame, FrameDirection::Reply, crc, lastRequest);
@@ -217,6 +218,7 @@ private:
 
     const CrcFunction crc;
     QByteArray lastRequest;
+    bool isSilent = false; ///< The last request got no reply.
 };
 
 } // namespace

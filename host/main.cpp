@@ -18,7 +18,7 @@ const char Footer[] =
     "First steps:\n"
     "  1. Copy examples/line.toml and examples/tags.csv into a folder of your own and go there. In line.toml set\n"
     "     the serial port, baud, parity and stop bits of your PLC and the path of the driver; in tags.csv give each\n"
-    "     variable of the PLC a line. Every key is explained there.\n"
+    "     variable of the PLC a line. Every key is explained there; ecpanel types lists the device types.\n"
     "  2. ecpanel check         says what is wrong in them, with file and line\n"
     "  3. ecpanel plan          shows what will be asked of the PLC, and how long it takes; opens no port\n"
     "  4. ecpanel probe         finds the stations that answer on the line\n"
@@ -69,6 +69,7 @@ int usageError(const CLI::App &app, const CLI::ParseError &error, int argc, char
 
 void addVerbs(CLI::App &app, CommandContext &context)
 {
+    addTypesCommand(app, context);
     addCheckCommand(app, context);
     addPlanCommand(app, context);
     addProbeCommand(app, context);

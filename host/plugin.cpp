@@ -26,9 +26,7 @@ Plugin::~Plugin()
 bool Plugin::load(const QString &path, QString *error)
 {
     if (!QFileInfo(path).isFile()) {
-        *error = QString::fromLatin1("no driver at %1: expected the built libemerson_ec_series.so (give its path with "
-                                     "--driver)")
-                     .arg(path);
+        *error = QString::fromLatin1("no driver at %1: expected the built libemerson_ec_series.so").arg(path);
         return false;
     }
     library = ::dlopen(QFileInfo(path).absoluteFilePath().toLocal8Bit().constData(), RTLD_NOW | RTLD_LOCAL);

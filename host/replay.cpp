@@ -19,7 +19,10 @@ bool isFromDriver(const QByteArray &word)
 /// Holds the order of the trace's lines.
 class Replayer {
 public:
-    Replayer(const QVector<TraceLine> &lines, const Plugin &plugin) : lines(lines), calls(lines, plugin, findings) {}
+    Replayer(const QVector<TraceLine> &lines, const Plugin &plugin, int mostDifferences)
+        : lines(lines), findings(mostDifferences), calls(lines, plugin, findings)
+    {
+    }
 
     ReplayReport run()
     {
@@ -93,7 +96,7 @@ private:
 
 } // namespace
 
-ReplayReport replay(const QVector<TraceLine> &lines, const Plugin &plugin)
+ReplayReport replay(const QVector<TraceLine> &lines, const Plugin &plugin, int mostDifferences)
 {
-    return Replayer(lines, plugin).run();
+    return Replayer(lines, plugin, mostDifferences).run();
 }

@@ -10,7 +10,7 @@ struct ReplayDifference {
 };
 
 struct ReplayReport {
-    QVector<ReplayDifference> differences; ///< The first 100.
+    QVector<ReplayDifference> differences; ///< The first ones.
     qint64 differenceCount = 0;
     QStringList problems; ///< "line N: ...: expected ...", the first 100: lines that could not be replayed.
     qint64 problemCount = 0;
@@ -22,5 +22,6 @@ struct ReplayReport {
     bool isSame() const { return differenceCount == 0 && problemCount == 0; }
 };
 
-/// Strictly in the order of the trace. No session may be active; a fresh driver is left behind.
-ReplayReport replay(const QVector<TraceLine> &lines, const Plugin &plugin);
+/// Strictly in the order of the trace. No session may be active; a fresh driver is left behind. mostDifferences are
+/// listed, all are counted.
+ReplayReport replay(const QVector<TraceLine> &lines, const Plugin &plugin, int mostDifferences = 100);

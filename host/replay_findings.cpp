@@ -24,7 +24,7 @@ void ReplayFindings::complain(const QString &expected)
 
 void ReplayFindings::differ(const QString &expected, const QString &got)
 {
-    if (++report.differenceCount <= MostListed)
+    if (++report.differenceCount <= mostDifferences)
         report.differences << ReplayDifference{current->number, expected, got};
 }
 

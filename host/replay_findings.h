@@ -10,6 +10,8 @@ public:
     /// Word and fields of a line.
     typedef QPair<QByteArray, QVector<QByteArray>> Event;
 
+    explicit ReplayFindings(int mostDifferences) : mostDifferences(mostDifferences) {}
+
     /// The line that everything below is about.
     void setLine(const TraceLine &line) { current = &line; }
     const TraceLine &line() const { return *current; }
@@ -32,6 +34,7 @@ public:
     ReplayReport report;
 
 private:
+    const int mostDifferences; ///< Listed; the rest is only counted.
     const TraceLine *current = nullptr;
     QList<Event> awaited;
 };

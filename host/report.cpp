@@ -21,6 +21,14 @@ QVector<CounterRow> rowsOf(const PanelCounters &counters)
     return rows;
 }
 
+QStringList cellsOf(const QString &name, const QVector<qint64> &numbers)
+{
+    QStringList cells{name};
+    for (const qint64 number : numbers)
+        cells.append(QString::number(number));
+    return cells;
+}
+
 QStringList timeRow(const QString &name, const TimeStatistics &times)
 {
     return {name,
@@ -71,6 +79,11 @@ QString TextTable::text() const
     return lines().join(QLatin1Char('\n')) + QLatin1Char('\n');
 }
 
+QString cutTo(int columns, const QString &text)
+{
+    return text.size() > columns ? text.left(columns - 1) + QLatin1Char('~') : text;
+}
+
 QString ageText(qint64 microseconds)
 {
     if (microseconds < 0)
@@ -95,9 +108,17 @@ QString millisecondsText(double microseconds)
     return QString::number(microseconds / 1000, 'f', 3) + QStringLiteral(" ms");
 }
 
-QString writeText(const WriteEntry &write)
+QString writeText(const Tag &tag, const WriteEntry &write, bool isToConfirm)
 {
+    if (write.state == WriteState::Queued)
+        return write.isSent ? QStringLiteral("unknown (sent, not answered)") : QStringLiteral("not sent");
+    const bool isUnread = write.state == WriteState::Confirming || write.state == WriteState::Done;
+    if (isUnread && isToConfirm && tag.isReadable)
+        return QStringLiteral("done (not read back)");
     const QString state = writeStateName(write.state);
+    if (write.state == WriteState::Reverted)
+        return QString::fromLatin1("%1, reads back %2")
+            .arg(state, cutTo(TextTable::ValueColumns, valueText(tag, write.readBack)));
     if (write.reason == Reason::None)
         return state;
     if (write.reason == Reason::Exception)
@@ -112,7 +133,8 @@ TextTable valueTable(const QList<Tag> &tags, const QVector<TagValue> &values, qi
     for (int i = 0; i < tags.size() && i < values.size(); ++i) {
         const Tag &tag = tags.at(i);
         const TagValue &value = values.at(i);
-        table.addRow({tag.name, value.bytes.isEmpty() ? QStringLiteral("-") : valueText(tag, value.bytes), tag.unit,
+        const QString text = value.bytes.isEmpty() ? QStringLiteral("-") : valueText(tag, value.bytes);
+        table.addRow({cutTo(TextTable::NameColumns, tag.name), cutTo(TextTable::ValueColumns, text), tag.unit,
                       qualityText(value), value.readAt < 0 ? QStringLiteral("-") : ageText(now - value.readAt)});
     }
     return table;
@@ -121,17 +143,23 @@ TextTable valueTable(const QList<Tag> &tags, const QVector<TagValue> &values, qi
 TextTable counterTable(const PanelCounters &counters)
 {
     TextTable table({QStringLiteral("line"), QStringLiteral(">requests"), QStringLiteral(">good"),
-                     QStringLiteral(">retries"), QStringLiteral(">timeout"), QStringLiteral(">crc"),
-                     QStringLiteral(">length"), QStringLiteral(">exception"), QStringLiteral(">port"),
-                     QStringLiteral(">failed"), QStringLiteral(">discarded"), QStringLiteral(">bytes out"),
+                     QStringLiteral(">retries"), QStringLiteral(">failed"), QStringLiteral(">bytes out"),
                      QStringLiteral(">bytes in")});
     for (const CounterRow &row : rowsOf(counters)) {
         const Counters &of = *row.counters;
-        QStringList cells{row.name};
-        for (const qint64 number : {of.requests, of.good, of.retries, of.timeouts, of.crc, of.length, of.exceptions,
-                                    of.port, of.failed, of.discardedFrames, of.bytesSent, of.bytesReceived})
-            cells.append(QString::number(number));
-        table.addRow(cells);
+        table.addRow(cellsOf(row.name, {of.requests, of.good, of.retries, of.failed, of.bytesSent, of.bytesReceived}));
+    }
+    return table;
+}
+
+TextTable failureTable(const PanelCounters &counters)
+{
+    TextTable table({QStringLiteral("failures"), QStringLiteral(">timeout"), QStringLiteral(">crc"),
+                     QStringLiteral(">length"), QStringLiteral(">exception"), QStringLiteral(">port"),
+                     QStringLiteral(">discarded")});
+    for (const CounterRow &row : rowsOf(counters)) {
+        const Counters &of = *row.counters;
+        table.addRow(cellsOf(row.name, {of.timeouts, of.crc, of.length, of.exceptions, of.port, of.discardedFrames}));
     }
     return table;
 }
@@ -186,6 +214,7 @@ QString writeSummary(const QJsonObject &writes)
 QString closingReport(const PanelCounters &counters, const QJsonObject &writes)
 {
     QStringList lines = counterTable(counters).lines();
+    lines << QString() << failureTable(counters).lines();
     const TextTable times = timeTable(counters);
     if (!times.isEmpty())
         lines << QString() << times.lines();

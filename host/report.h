@@ -17,6 +17,7 @@ class TextTable {
 public:
     /// A heading that begins with ">" belongs to a column that is set to the right.
     explicit TextTable(const QStringList &headings);
+    enum { NameColumns = 24, ValueColumns = 40 };
     void addRow(const QStringList &cells) { rows.append(cells); }
     bool isEmpty() const { return rows.isEmpty(); }
     /// Lines without blanks at their ends; the first one has the headings.
@@ -29,6 +30,8 @@ private:
     QVector<QStringList> rows;
 };
 
+/// The text, or its beginning and a "~" in place of the rest.
+QString cutTo(int columns, const QString &text);
 /// "0.2 s", "75 s", "12 min", "5 h", "3 d"; "-" below 0.
 QString ageText(qint64 microseconds);
 /// "1.234 ms"; "-" below 0.
@@ -39,7 +42,8 @@ QString timeText(qint64 moment, qint64 panelNow);
 /// {"tag", "value", "unit", "quality", "reason", "pending"}, and "exception" with that reason; the value is null when
 /// it was never read.
 QJsonObject valueObject(const Tag &tag, const TagValue &value);
-/// {"id", "tag", "value", "state", "reason", "exception", "seconds"}; the last three where there are any.
+/// {"id", "tag", "value", "state", "reason", "exception", "seconds", "read_back"}; the last four where there are any. A
+/// write that has not ended is "unknown" or "not-sent".
 QJsonObject writeObject(const Tag &tag, const WriteEntry &write);
 /// An event of the name, with these fields and its "time".
 QJsonObject eventObject(const QString &name, qint64 moment, qint64 panelNow, QJsonObject fields);
@@ -48,13 +52,16 @@ QJsonObject eventObject(const QString &name, qint64 moment, qint64 panelNow, QJs
 QJsonObject eventObject(const PanelEvent &event, const QList<Tag> &tags, qint64 panelNow);
 /// The last event of a run, with all that it counted.
 QJsonObject endObject(const PanelSnapshot &last, qint64 panelNow);
-/// "confirmed", "failed (timeout)", "failed (exception: illegal data address)".
-QString writeText(const WriteEntry &write);
+/// "confirmed", "failed (timeout)", "failed (exception: illegal data address)", "reverted, reads back 5". Of one that
+/// has not ended "not sent" or "unknown (sent, not answered)". isToConfirm: a read of what was written was asked for.
+QString writeText(const Tag &tag, const WriteEntry &write, bool isToConfirm);
 
 /// Name, value, unit, quality and age of every tag.
 TextTable valueTable(const QList<Tag> &tags, const QVector<TagValue> &values, qint64 now);
-/// Requests, good, retries, each kind of failure, discarded, bytes: in all, per list, per station.
+/// Requests, good, retries, given up, bytes: in all, per list, per station.
 TextTable counterTable(const PanelCounters &counters);
+/// Each kind of failure, and what was discarded, of the same.
+TextTable failureTable(const PanelCounters &counters);
 /// Reply times of the same, and the pass time; rows without samples are left out.
 TextTable timeTable(const PanelCounters &counters);
 /// Queues, exceptions by name, how often the port came back: what does not fit into the tables, one line each.

@@ -6,6 +6,22 @@
 
 #include <QtCore/QDateTime>
 
+namespace {
+
+QString stateName(const WriteEntry &write)
+{
+    switch (write.state) {
+    case WriteState::Queued:
+        return write.isSent ? QStringLiteral("unknown") : QStringLiteral("not-sent");
+    case WriteState::Confirming:
+        return writeStateName(WriteState::Done);
+    default:
+        return writeStateName(write.state);
+    }
+}
+
+} // namespace
+
 QString timeText(qint64 moment, qint64 panelNow)
 {
     return QDateTime::currentDateTimeUtc().addMSecs((moment - panelNow) / 1000).toString(Qt::ISODateWithMs);
@@ -29,7 +45,9 @@ QJsonObject writeObject(const Tag &tag, const WriteEntry &write)
     QJsonObject object{{QStringLiteral("id"), write.id},
                        {QStringLiteral("tag"), tag.name},
                        {QStringLiteral("value"), valueJson(tag, write.bytes)},
-                       {QStringLiteral("state"), writeStateName(write.state)}};
+                       {QStringLiteral("state"), stateName(write)}};
+    if (write.state == WriteState::Reverted)
+        object.insert(QStringLiteral("read_back"), valueJson(tag, write.readBack));
     if (write.reason != Reason::None)
         object.insert(QStringLiteral("reason"), reasonName(write.reason));
     if (write.reason == Reason::Exception)

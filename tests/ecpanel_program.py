@@ -20,7 +20,7 @@ import unittest
 
 ECPANEL, ECSIM, DRIVER, SOURCE = (os.path.abspath(path) for path in sys.argv[1:5])
 LIMIT = 60
-VERBS = ["check", "plan", "probe", "read", "write", "watch", "run", "decode", "replay", "demo"]
+VERBS = ["types", "check", "plan", "probe", "read", "write", "watch", "run", "decode", "replay", "demo"]
 
 SETTINGS = """[line]
 port = "%(port)s"
@@ -197,8 +197,8 @@ class Help(Case):
 
     def test_wrong_usage_is_told_and_ends_with_2(self):
         cases = {
-            (): "no verb given: expected one of check, ",
-            ("raed",): "unknown verb 'raed': expected one of check, ",
+            (): "no verb given: expected one of types, check, ",
+            ("raed",): "unknown verb 'raed': expected one of types, check, ",
             ("read", "--colour"): "--colour (see ecpanel read --help)",
             ("--colour", "read"): "--colour",
             ("write",): "NAME=VALUE is required (see ecpanel write --help)",
@@ -238,6 +238,40 @@ class Check(Case):
         self.run_panel("check", "--export", "again.csv")
         self.assertEqual(self.read_file("again.csv"), TAGS)
 
+    def test_export_spares_what_is_there(self):
+        self.write_file("other.csv", "mine")
+        for name in ("other.csv", "line.toml"):
+            before = self.read_file(name)
+            out, err = self.run_panel("check", "--export", name, code=2)
+            self.assertEqual(out, "")
+            self.assertEqual(err, "ecpanel: --export %s: is there already: expected a new file\n" % name)
+            self.assertEqual(self.read_file(name), before)
+        os.symlink("tags.csv", self.path("link.csv"))
+        for name in ("tags.csv", "link.csv"):
+            self.run_panel("check", "--export", name)
+            self.assertEqual(self.read_file("tags.csv"), TAGS)
+
+    def test_warnings_are_no_problems(self):
+        self.write_file("tags.csv", TAGS + "twin,7,100,,,,,,,rw\n")
+        warning = "tags.csv:8: address: shares cells with speed (line 2)"
+        out, err = self.run_panel("check")
+        self.assertTrue(err.startswith("warning: " + warning), err)
+        self.assertIn("nothing wrong", out)
+        summary = self.run_json("check")
+        self.assertEqual(summary["problems"], [])
+        self.assertEqual(len(summary["warnings"]), 1)
+        self.assertTrue(summary["warnings"][0].startswith(warning))
+        self.assertEqual(self.run_panel("check", "--quiet"), ("", ""))
+
+    def test_problems_as_json(self):
+        self.write_file("tags.csv", TAGS + "far,7,70000,,,,,,,\ntwin,7,100,,,,,,,rw\n")
+        out, err = self.run_panel("check", "--json", code=2)
+        found = json.loads(out)
+        self.assertEqual(sorted(found), ["problems", "warnings"])
+        self.assertTrue(found["problems"][0].startswith("tags.csv:8: address: 70000: "), found)
+        self.assertTrue(found["warnings"][0].startswith("tags.csv:9: "), found)
+        self.assertIn(found["problems"][0] + "\n", err)
+
     def test_export_that_cannot_be_written(self):
         _, err = self.run_panel("check", "--export", "nowhere/again.csv", code=2)
         self.assertIn("ecpanel: cannot write nowhere/again.csv", err)
@@ -266,12 +300,15 @@ class Check(Case):
 
     def test_missing_and_wrong_driver(self):
         _, err = self.run_panel("check", "--driver", "none.so", code=2)
-        self.assertTrue(err.startswith("no driver at %s" % self.path("none.so")), err)
+        self.assertTrue(err.startswith("ecpanel: no driver at %s" % self.path("none.so")), err)
+        self.assertNotIn("--driver", err)
+        _, err = self.run_panel("check", "--driver", self.folder, code=2)
+        self.assertIn("ecpanel: %s is a folder" % self.folder, err)
         self.write_file("line.toml", self.read_file("line.toml").replace(DRIVER, "other.so"))
         _, err = self.run_panel("check", code=2)
         self.assertTrue(err.startswith("line.toml: driver.path: no driver at %s" % self.path("other.so")), err)
         _, err = self.run_panel("check", "--driver", "tags.csv", code=2)
-        self.assertIn("expected a driver library", err)
+        self.assertIn("tags.csv is no library: expected a driver library", err)
 
     def test_examples_are_right(self):
         examples = os.path.join(SOURCE, "examples")
@@ -279,11 +316,36 @@ class Check(Case):
                        os.path.join(examples, "tags.csv"), "--driver", DRIVER)
 
 
+class Types(Case):
+    def test_table(self):
+        out, err = self.run_panel("types")
+        self.assertEqual(err, "")
+        self.assertRegex(out, r"(?m)^ +0 +bit, octal address +r +0 to 1437 +coils 1200-1999$")
+        self.assertRegex(out, r"(?m)^ +8 +word +rw +0 to 255 +registers 8000-8255\n"
+                              r" +256 to 1255 +registers 12000-12999$")
+        self.assertRegex(out, r"(?m)^ +13 .* 200 to 255 +registers 9700-9811\n +256 to 755 +registers 10000-10999$")
+        self.assertLess(max(len(line) for line in out.splitlines()), 100)
+
+    def test_json(self):
+        types = self.run_json("types")
+        self.assertEqual([row["type"] for row in types], [*range(18), 100, 101, 102])
+        self.assertEqual(types[17], {
+            "type": 17, "element": "bit of a word of 11, as 10.3", "address": "word.bit", "numbers": "registers",
+            "writable": True, "areas": [{"addresses": "0.0 to 499.15", "first_number": 8500, "last_number": 8999}]})
+
+
 class Plan(Case):
     def test_plan_needs_no_port(self):
         out, _ = self.run_panel("plan")
         self.assertIn("115200", out)
         self.assertTrue(self.run_json("plan"))
+
+    def test_a_length_that_is_as_good_is_not_replaced(self):
+        self.write_file("tags.csv", TAGS.splitlines()[0] + "\na,7,0,,,,,,,\n")
+        out, _ = self.run_panel("plan", "--suggest")
+        self.assertIn("<- shortest, now\n", out)
+        self.assertIn("No length has a shorter pass than the settings' max_block_len = 32: ", out)
+        self.assertNotIn("Suggested", out)
 
 
 class Read(Case):
@@ -307,6 +369,15 @@ class Read(Case):
         good = {"quality": "good", "reason": "", "pending": False}
         self.assertEqual(tags, [{"tag": "recipe", "value": [1, 2, 3], "unit": "", **good},
                                 {"tag": "speed", "value": 12.5, "unit": "rpm", **good}])
+
+    def test_long_names_and_values_are_cut_in_the_table_only(self):
+        name = "n" * 40
+        self.write_file("tags.csv", TAGS.splitlines()[0] + "\n%s,7,0,,100,,,,,\n" % name)
+        self.sim()
+        out, _ = self.run_panel("read")
+        self.assertRegex(out, r"\n%s~ +\[\d[\d ]{37}~ +good " % name[:23])
+        tag = self.run_json("read")[0]
+        self.assertEqual((tag["tag"], len(tag["value"])), (name, 100))
 
     def test_wrong_names(self):
         out, err = self.run_panel("read", "sped", "command", "level", "level", code=2)
@@ -336,7 +407,8 @@ class Read(Case):
     def test_no_reply(self):
         self.settings(timeout=50)
         self.sim().ask("unplug")
-        out, _ = self.run_panel("read", code=4)
+        out, err = self.run_panel("read", code=4)
+        self.assertEqual(err, "")
         self.assertRegex(out, r"speed +- +rpm +bad \(timeout\) +-\n")
         self.assertEqual(self.run_json("read", "pump", code=4)[0], {
             "tag": "pump", "value": None, "unit": "", "quality": "bad", "reason": "timeout", "pending": False,
@@ -350,8 +422,10 @@ class Read(Case):
 
     def test_wrong_crc(self):
         self.sim("--fault", "crc-swapped")
-        out, _ = self.run_panel("read", "speed", code=5)
+        out, err = self.run_panel("read", "speed", code=5)
         self.assertIn("bad (crc)", out)
+        self.assertEqual(err, "bytes came that were no answer: are baud, parity and stop bits right?\n")
+        self.assertEqual(self.run_panel("read", "speed", "--quiet", code=5)[1], "")
 
     def test_other_stations_reply_is_discarded_but_not_with_raw(self):
         self.settings(timeout=50)
@@ -424,11 +498,48 @@ class Write(Case):
     def test_reverted(self):
         sim = self.sim()
         out, _ = self.run_panel("write", "stuck=9", code=6)
-        self.assertRegex(out, r"stuck +9 +reverted\n$")
+        self.assertRegex(out, r"stuck +9 +reverted, reads back 7\n$")
+        write = self.run_json("write", "stuck=9", code=6)[0]
+        self.assertEqual((write["state"], write["read_back"]), ("reverted", 7))
         self.assertEqual(sim.registers(STUCK_REGISTER), [7])
 
 
+    def test_a_rounded_value_is_told(self):
+        sim = self.sim()
+        out, err = self.run_panel("write", "speed=12.34", "recipe=1,2,3")
+        self.assertEqual(err, "ecpanel: speed=12.34: rounded to 12.3\n")
+        self.assertRegex(out, r"speed +12\.3 +rpm +confirmed\n")
+        self.assertEqual(sim.registers(100), [123])
+        self.assertEqual(self.run_panel("write", "speed=12.34", "--quiet")[1], "")
+
+
 class Run(Case):
+    def test_no_readable_tag(self):
+        self.write_file("tags.csv", TAGS.splitlines()[0] + "\ncommand,7,160,,,,,,,w\n")
+        out, err = self.run_panel("run", code=2)
+        self.assertEqual(out, "")
+        self.assertIn("tags.csv: no tag can be read", err)
+
+    def test_a_station_that_falls_silent_is_told(self):
+        self.settings(timeout=50)
+        sim = self.sim()
+        process = self.start("run")
+        wait_for_line(process.stdout, lambda line: '"speed"' in line)
+        for command, answers in (("stop-answering 1", False), ("answer 1", True)):
+            sim.ask(command)
+            event = json.loads(wait_for_line(process.stdout, lambda line: '"station"' in line)[-1])
+            del event["time"]
+            self.assertEqual(event, {"event": "station", "station": 1, "answers": answers})
+        self.interrupt(process)
+
+    def test_closing_tables_fit_a_terminal(self):
+        self.sim()
+        _, err = self.run_panel("run", "--duration", "0.5")
+        for words in ("requests", "good", "retries", "failed", "bytes out", "bytes in", "timeout", "crc", "length",
+                      "exception", "port", "discarded"):
+            self.assertRegex(err, r"\b%s\b" % words)
+        self.assertLess(max(len(line) for line in err.splitlines()), 80)
+
     def lines(self, out):
         return [json.loads(line) for line in out.splitlines()]
 
@@ -669,16 +780,36 @@ class Traces(Case):
         out, _ = self.run_panel("replay", "b.trace", code=5)
         self.assertIn("b.trace:%d: expected " % (number + 1), out)
         self.assertIn("differences: 1\n", out)
+        self.assertNotIn("may follow", out)
         report = self.run_json("replay", "b.trace", code=5)
         self.assertEqual((report["same"], report["difference_count"], report["differences"][0]["line"]),
                          (False, 1, number + 1))
+
+    def test_replay_shows_the_first_differences(self):
+        self.sim()
+        self.run_panel("run", "--duration", "0.5", "--quiet", "--trace", "a.trace")
+        self.write_file("b.trace", re.sub(r"(?m)^(\S+ tx )..", r"\g<1>02", self.read_file("a.trace")))
+        count = self.run_json("replay", "b.trace", code=5)["difference_count"]
+        self.assertGreater(count, 20)
+        out, _ = self.run_panel("replay", "b.trace", code=5)
+        self.assertEqual(out.count("b.trace:"), 20)
+        self.assertEqual(out.splitlines()[2], "What follows may follow from it:")
+        self.assertIn("... and %d more; --all prints them\n" % (count - 20), out)
+        out, _ = self.run_panel("replay", "b.trace", "--all", code=5)
+        self.assertEqual(out.count("b.trace:"), count)
+        self.assertEqual(out.count("may follow"), 1)
 
     def test_replay_of_what_cannot_be_read(self):
         _, err = self.run_panel("replay", "none.trace", code=2)
         self.assertIn("ecpanel: cannot read none.trace", err)
         out, err = self.run_panel("replay", "tags.csv", code=2)
         self.assertEqual(out, "")
-        self.assertIn("tags.csv", err)
+        self.assertEqual(err.count("\n"), 1)
+        self.assertTrue(err.startswith("tags.csv:1: "), err)
+        self.write_file("empty.trace", "")
+        for verb in (["replay"], ["decode", "--trace"]):
+            _, err = self.run_panel(*verb, "empty.trace", code=2)
+            self.assertEqual(err, "empty.trace: is empty: expected a trace\n")
 
     def test_decode_of_a_trace(self):
         self.trace()
@@ -688,6 +819,27 @@ class Traces(Case):
         self.assertEqual(self.run_json("decode", "--trace", "a.trace"), out.splitlines())
         _, err = self.run_panel("decode", "--trace", "tags.csv", code=2)
         self.assertIn("tags.csv", err)
+
+    def test_a_trace_takes_the_place_of_a_trace_only(self):
+        sim = self.sim()
+        before = sim.count("requests")
+        os.symlink("tags.csv", self.path("link"))
+        self.write_file("notes.txt", "mine\n")
+        for name in ("tags.csv", "line.toml", "link", DRIVER, "notes.txt"):
+            with open(os.path.join(self.folder, name), "rb") as file:
+                content = file.read()
+            for verb in (["read"], ["write", "speed=1"], ["watch"], ["run"], ["probe"]):
+                out, err = self.run_panel(*verb, "--trace", name, code=2)
+                self.assertEqual(out, "")
+                self.assertTrue(err.startswith("ecpanel: --trace %s: " % name), err)
+            with open(os.path.join(self.folder, name), "rb") as file:
+                self.assertEqual(file.read(), content)
+        self.assertEqual(sim.count("requests"), before)
+        self.write_file("old.trace", "# ecpanel trace 1\nold\n")
+        self.write_file("empty", "")
+        for name in ("old.trace", "empty", "new"):
+            self.run_panel("read", "speed", "--trace", name)
+            self.run_panel("replay", name)
 
     def test_trace_that_cannot_be_written(self):
         sim = self.sim()
@@ -745,6 +897,17 @@ class Watch(Case):
         self.assertRegex(out, r"speed = 12\.5 rpm good")
 
 
+    def test_a_station_that_falls_silent_is_told(self):
+        self.settings(timeout=50)
+        sim = self.sim()
+        process = self.start("watch")
+        wait_for_line(process.stdout, lambda line: "speed" in line)
+        for command, words in (("stop-answering 1", "does not answer"), ("answer 1", "answers again")):
+            sim.ask(command)
+            wait_for_line(process.stdout, lambda line: line.endswith(" station 1 %s\n" % words))
+        self.interrupt(process)
+
+
 class Interrupted(Case):
     """Ctrl-C, the end of the session and a plain kill end every verb with 130."""
 
@@ -772,7 +935,21 @@ class Interrupted(Case):
         self.silence()
         process = self.start_in_silence("write", "speed=1")
         out, _ = self.interrupt(process)
-        self.assertRegex(out, r"speed +1 +rpm +queued\n")
+        self.assertRegex(out, r"speed +1 +rpm +unknown \(sent, not answered\)\n")
+
+    def test_write_with_more_behind_it(self):
+        self.silence()
+        process = self.start_in_silence("write", "speed=1", "stuck=2", "--json")
+        out, _ = self.interrupt(process)
+        self.assertEqual([(write["tag"], write["state"]) for write in json.loads(out)],
+                         [("speed", "unknown"), ("stuck", "not-sent")])
+
+    def test_write_whose_answer_is_waited_for_long(self):
+        self.silence()
+        self.settings(timeout=60000)
+        process = self.start_in_silence("write", "speed=1", "stuck=2")
+        out, _ = self.interrupt(process)
+        self.assertRegex(out, r"speed +1 +rpm +unknown \(sent, not answered\)\nstuck +2 +not sent\n$")
 
     def test_run(self):
         self.sim()
@@ -794,8 +971,9 @@ class Interrupted(Case):
         process = self.start("probe")
         # Another station than the first is asked.
         wait_until(lambda: sim.count("other-stations") > 0)
-        out, _ = self.interrupt(process)
+        out, err = self.interrupt(process)
         self.assertRegex(out, r"(?m)^ +1 .*answers$")
+        self.assertRegex(err, r"^stopped at station \d+\n$")
 
     def test_decode(self):
         process = self.start("decode", stdin=subprocess.PIPE)

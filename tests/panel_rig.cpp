@@ -81,6 +81,24 @@ bool PanelRig::runPass()
     return runUntil([this] { return panel->isPassComplete(); });
 }
 
+void PanelRig::addFault(FaultKind kind, int milliseconds, int code)
+{
+    FaultRule rule;
+    rule.kind = kind;
+    rule.milliseconds = milliseconds;
+    rule.code = code;
+    faults->add(rule);
+}
+
+void PanelRig::addNextFault(FaultKind kind, int milliseconds)
+{
+    FaultRule rule;
+    rule.kind = kind;
+    rule.milliseconds = milliseconds;
+    rule.first = rule.last = faults->requests();
+    faults->add(rule);
+}
+
 int PanelRig::tagOf(const QString &name) const
 {
     for (int tag = 0; tag < panel->tags().size(); ++tag)

@@ -59,6 +59,9 @@ public:
     /// Steps until every tag has been read or has failed once more.
     bool runPass();
 
+    /// A fault of all requests, or of the next one alone.
+    void addFault(FaultKind kind, int milliseconds = 0, int code = -1);
+    void addNextFault(FaultKind kind, int milliseconds = 0);
     int tagOf(const QString &name) const;
     const TagValue &value(const QString &name) const { return panel->values().at(tagOf(name)); }
     /// "12 good", as a person sees it.

@@ -256,6 +256,23 @@ private slots:
         QCOMPARE(resultText(code), text);
     }
 
+    void silenceIsNoBadReply()
+    {
+        QStringList problems;
+        const QVector<TraceLine> lines = parseTrace("# ecpanel trace 1\n"
+                                                    "0.000000 tx 01032F0C00020CDC 9 cyclic\n"
+                                                    "0.500000 rx -\n"
+                                                    "0.500001 result 0\n"
+                                                    "0.600000 tx 01032F0C00020CDC 9 cyclic\n"
+                                                    "0.700000 rx 0103\n"
+                                                    "0.700001 result 0\n",
+                                                    QStringLiteral("t"), &problems);
+        const QStringList texts = decodeTrace(lines, plugin.calCrc);
+        QCOMPARE(texts.size(), 6);
+        QCOMPARE(texts.at(2), QStringLiteral("0.500001   driver: no reply, the frame will be sent again (0)"));
+        QCOMPARE(texts.at(5), QStringLiteral("0.700001   driver: bad reply, the frame will be sent again (0)"));
+    }
+
     void aTraceIsSaidInWords()
     {
         QStringList problems;

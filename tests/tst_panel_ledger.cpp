@@ -245,10 +245,7 @@ void TstPanelLedger::anExceptionFailsTheWriteByName()
     PanelRig rig;
     rig.csv = "a,7,0,,1,uint16,,,,w\n";
     rig.start();
-    FaultRule rule;
-    rule.kind = FaultKind::Exception;
-    rule.code = 3;
-    rig.faults->add(rule);
+    rig.addFault(FaultKind::Exception, 0, 3);
     rig.write(QStringLiteral("a"), QStringLiteral("1"));
     QVERIFY(rig.runUntil([&] { return !rig.heard.writes.isEmpty(); }));
     QCOMPARE(rig.endedStates(), QStringList{QStringLiteral("failed")});
@@ -274,11 +271,7 @@ void TstPanelLedger::writesFailWhenThePortIsGone()
     rig.csv = "a,7,0,,1,uint16,,,,rw\nb,7,9,,1,uint16,,,,rw\n";
     rig.start();
     QVERIFY(rig.runPass());
-    FaultRule rule;
-    rule.kind = FaultKind::PortGone;
-    rule.milliseconds = 20000;
-    rule.first = rule.last = rig.faults->requests();
-    rig.faults->add(rule);
+    rig.addNextFault(FaultKind::PortGone, 20000);
     QVERIFY(rig.runUntil([&] { return !rig.heard.ports.isEmpty(); }));
     rig.write(QStringLiteral("a"), QStringLiteral("1"));
     rig.write(QStringLiteral("b"), QStringLiteral("1"));
@@ -377,10 +370,7 @@ void TstPanelLedger::anotherWriteDuringTheReadingBackLeavesItOpen()
         ones += QByteArray("\1\0", 2);
     const int big = rig.panel->write(0, ones);
     QVERIFY(rig.runUntil([&] { return rig.panel->counters().lists[ServedOnce].good == 1; }));
-    FaultRule rule;
-    rule.kind = FaultKind::Drop;
-    rule.first = rule.last = rig.faults->requests();
-    rig.faults->add(rule);
+    rig.addNextFault(FaultKind::Drop);
     const int first = rig.write(QStringLiteral("first"), QStringLiteral("99"));
     QVERIFY(rig.runUntil([&] { return rig.heard.writes.size() == 2; }));
     QCOMPARE(writeStateName(rig.stateOf(first)), QStringLiteral("failed"));
@@ -410,10 +400,7 @@ void TstPanelLedger::aLossCountsMoreThanASupersededPart()
     const int bits = rig.write(QStringLiteral("bits"), QStringLiteral("1,1,1"));
     rig.write(QStringLiteral("last"), QStringLiteral("0"));
     QVERIFY(rig.runUntil([&] { return rig.panel->counters().lists[ServedWrite].good == 1; }));
-    FaultRule rule;
-    rule.kind = FaultKind::Exception;
-    rule.code = 4;
-    rig.faults->add(rule);
+    rig.addFault(FaultKind::Exception, 0, 4);
     QVERIFY(rig.runUntil([&] { return rig.heard.writes.size() == 3; }));
     QCOMPARE(writeStateName(rig.stateOf(bits)), QStringLiteral("failed"));
 }

@@ -198,11 +198,7 @@ void TstPanelStations::theVanishedPortMakesEveryValueBad()
     PanelRig rig;
     several(rig, {1, 2, 3});
     QVERIFY(rig.runPass());
-    FaultRule rule;
-    rule.kind = FaultKind::PortGone;
-    rule.milliseconds = 3000;
-    rule.first = rule.last = rig.faults->requests();
-    rig.faults->add(rule);
+    rig.addNextFault(FaultKind::PortGone, 3000);
     QVERIFY(rig.runUntil([&] { return !rig.heard.ports.isEmpty(); }));
     for (const char *name : {"a", "b", "c"})
         QCOMPARE(qualityText(rig.value(QString::fromLatin1(name))), QStringLiteral("bad (port)"));

@@ -1,7 +1,8 @@
 #include "host/commands/common.h"
 #include "host/report.h"
+#include "host/tag_check.h"
 
-#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 
 namespace {
@@ -30,7 +31,8 @@ Areas areasOf(const QList<Tag> &tags)
     return areas;
 }
 
-void printSummaryJson(const CheckOptions &options, const Loaded &loaded, const Areas &areas)
+void printSummaryJson(const CheckOptions &options, const Loaded &loaded, const Areas &areas,
+                      const QStringList &warnings)
 {
     QJsonArray array;
     for (auto area = areas.begin(); area != areas.end(); ++area)
@@ -46,7 +48,9 @@ void printSummaryJson(const CheckOptions &options, const Loaded &loaded, const A
                               {QStringLiteral("line"), loaded.settings.line.text()},
                               {QStringLiteral("driver"), loaded.settings.driverPath},
                               {QStringLiteral("tags"), loaded.tagFile.tags.size()},
-                              {QStringLiteral("areas"), array}};
+                              {QStringLiteral("areas"), array},
+                              {QStringLiteral("problems"), QJsonArray()},
+                              {QStringLiteral("warnings"), QJsonArray::fromStringList(warnings)}};
     printJsonPretty(QJsonDocument(summary));
 }
 
@@ -74,9 +78,24 @@ void printSummary(const CheckOptions &options, const Loaded &loaded, const Areas
         print(QLatin1Char('\n') + table.text());
 }
 
-int exportTags(const TagFile &file, const std::string &fileName)
+/// False, with the reason printed, when the file is there already: only the tag file itself may be, which would get
+/// the same bytes.
+bool mayExport(const CheckOptions &options)
 {
-    QFile out(fromOption(fileName));
+    const QString fileName = fromOption(options.exportFile);
+    if (options.exportFile.empty() || !QFileInfo(fileName).isFile()
+        || isSameFile(fileName, fromOption(options.common.tagsFile)))
+        return true;
+    complain(QString::fromLatin1("--export %1: is there already: expected a new file").arg(fileName), ExitUsage);
+    return false;
+}
+
+int exportTags(const CheckOptions &options, const TagFile &file)
+{
+    QFile out(fromOption(options.exportFile));
+    // The same bytes are there: a disk that is full must not cost them.
+    if (isSameFile(out.fileName(), fromOption(options.common.tagsFile)))
+        return ExitOk;
     const QByteArray text = file.toCsv();
     if (out.open(QIODevice::WriteOnly | QIODevice::Truncate) && out.write(text) == text.size() && out.flush())
         return ExitOk;
@@ -88,14 +107,24 @@ int exportTags(const TagFile &file, const std::string &fileName)
 int check(const CheckOptions &options)
 {
     Loaded loaded;
-    if (!load(options.common, true, &loaded))
+    QStringList problems;
+    const bool isLoaded = load(options.common, true, &loaded, &problems);
+    const QStringList warnings = tagWarnings(loaded.tagFile.tags, fromOption(options.common.tagsFile));
+    printProblems(problems);
+    if (!options.common.quiet)
+        for (const QString &warning : warnings)
+            printNote(QString::fromLatin1("warning: %1\n").arg(warning));
+    if (!isLoaded && options.common.json)
+        printJsonPretty(QJsonDocument(QJsonObject{{QStringLiteral("problems"), QJsonArray::fromStringList(problems)},
+                                                  {QStringLiteral("warnings"), QJsonArray::fromStringList(warnings)}}));
+    if (!isLoaded || !mayExport(options))
         return ExitUsage;
     const Areas areas = areasOf(loaded.tagFile.tags);
     if (options.common.json)
-        printSummaryJson(options, loaded, areas);
+        printSummaryJson(options, loaded, areas, warnings);
     else if (!options.common.quiet)
         printSummary(options, loaded, areas);
-    return endCode(options.exportFile.empty() ? int(ExitOk) : exportTags(loaded.tagFile, options.exportFile));
+    return endCode(options.exportFile.empty() ? int(ExitOk) : exportTags(options, loaded.tagFile));
 }
 
 } // namespace
@@ -106,9 +135,11 @@ void addCheckCommand(CLI::App &app, CommandContext &context)
     CLI::App *const verb = app.add_subcommand("check", "Find everything that is wrong in settings and tags");
     addCommonOptions(*verb, options->common,
                      SettingsOption | TagsOption | PortOption | DriverOption | JsonOption | QuietOption);
-    verb->add_option("--export", options->exportFile, "Write the tags again as a tag file")->type_name("FILE");
+    verb->add_option("--export", options->exportFile, "Write the tags again as a tag file; into a new file")
+        ->type_name("FILE");
     verb->footer("Every problem is printed to standard error, \"FILE:LINE: ...\"; the exit code is 2 then. No port is\n"
-                 "opened.\n\n"
+                 "opened. What is no error but seldom meant is printed as \"warning: FILE:LINE: ...\". ecpanel types\n"
+                 "lists the device types.\n\n"
                  "Examples:\n"
                  "  ecpanel check\n"
                  "  ecpanel check --settings plant/line.toml --tags plant/tags.csv --json");

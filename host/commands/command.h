@@ -32,6 +32,7 @@ struct CommandContext {
 
 void addCheckCommand(CLI::App &app, CommandContext &context);
 void addPlanCommand(CLI::App &app, CommandContext &context);
+void addTypesCommand(CLI::App &app, CommandContext &context);
 void addProbeCommand(CLI::App &app, CommandContext &context);
 void addReadCommand(CLI::App &app, CommandContext &context);
 void addWriteCommand(CLI::App &app, CommandContext &context);

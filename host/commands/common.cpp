@@ -1,11 +1,5 @@
 #include "host/commands/common.h"
 
-#include "host/serial_channel.h"
-
-#include <QtCore/QCoreApplication>
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
-
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -15,8 +9,6 @@
 #include <unistd.h>
 
 namespace {
-
-const char DriverName[] = "libemerson_ec_series.so";
 
 /// Returns the number of the first error; 0 when all was written.
 int writeTo(int descriptor, const QByteArray &bytes)
@@ -31,42 +23,6 @@ int writeTo(int descriptor, const QByteArray &bytes)
             return 0; // Whoever should read it does not: the rest is given up, not waited for.
     }
     return 0;
-}
-
-/// A path from the command line: from the current folder, not from that of the settings.
-QString absolute(const std::string &path)
-{
-    return QFileInfo(fromOption(path)).absoluteFilePath();
-}
-
-bool loadAll(const CommonOptions &options, bool isWithTags, Loaded *loaded)
-{
-    QStringList problems;
-    loaded->settings = readSettings(fromOption(options.settingsFile), &problems);
-    PanelSettings &settings = loaded->settings;
-    if (!options.port.empty())
-        settings.line.port = fromOption(options.port);
-    if (!options.driver.empty())
-        settings.driverPath = absolute(options.driver);
-    if (options.raw)
-        settings.line.isGuarded = false;
-    // What a tag may be follows from the settings: with wrong ones the tags' problems would be made up.
-    if (!problems.isEmpty()) {
-        if (isWithTags)
-            problems << QString::fromLatin1("%1: not looked at: the settings have to be right first")
-                            .arg(fromOption(options.tagsFile));
-        printProblems(problems);
-        return false;
-    }
-    if (isWithTags)
-        loaded->tagFile = readTags(fromOption(options.tagsFile), settings, &problems);
-    QString error;
-    if (!loaded->plugin.load(settings.driverPath, &error))
-        problems << (options.driver.empty()
-                         ? QString::fromLatin1("%1: driver.path: %2").arg(fromOption(options.settingsFile), error)
-                         : error);
-    printProblems(problems);
-    return problems.isEmpty();
 }
 
 } // namespace
@@ -95,65 +51,6 @@ void addCommonOptions(CLI::App &verb, CommonOptions &options, int which)
         verb.add_flag("--raw", options.raw, "Hand every reply to the driver without comparing it with its request");
 }
 
-bool Loaded::endTrace()
-{
-    trace.close();
-    const bool isWhole = trace.error().isEmpty();
-    if (!isWhole && !isTraceErrorTold)
-        complain(trace.error(), ExitUsage);
-    isTraceErrorTold = !isWhole;
-    return isWhole;
-}
-
-bool load(const CommonOptions &options, bool isWithTags, Loaded *loaded)
-{
-    bool isLoaded = false;
-    // A file may be a pipe that nobody writes into.
-    runInterruptibly([&] { isLoaded = loadAll(options, isWithTags, loaded); });
-    return isLoaded;
-}
-
-bool startTrace(const CommonOptions &options, Loaded *loaded)
-{
-    QString error;
-    if (options.traceFile.empty() || loaded->trace.open(fromOption(options.traceFile), &error))
-        return true;
-    complain(error, ExitUsage);
-    return false;
-}
-
-QString findDriver()
-{
-    const QDir here(QCoreApplication::applicationDirPath());
-    const QString beside = here.filePath(QLatin1String(DriverName));
-    const QString installed =
-        QDir::cleanPath(here.filePath(QLatin1String("../lib/emerson_ec_series/") + QLatin1String(DriverName)));
-    return !QFileInfo::exists(beside) && QFileInfo::exists(installed) ? installed : beside;
-}
-
-bool loadDriver(const CommonOptions &options, Plugin *plugin)
-{
-    QString error;
-    if (plugin->load(options.driver.empty() ? findDriver() : absolute(options.driver), &error))
-        return true;
-    complain(error, ExitUsage);
-    return false;
-}
-
-std::unique_ptr<PanelThread> makePanelThread(Loaded &loaded, const QList<Tag> &tags)
-{
-    const LineSettings line = loaded.settings.line;
-    return std::make_unique<PanelThread>(
-        loaded.plugin, loaded.settings, tags, [line] { return std::make_unique<SerialChannel>(line); },
-        loaded.traceOrNull());
-}
-
-int endCode(Loaded &loaded, int code)
-{
-    const bool isTraceWhole = loaded.endTrace();
-    return endCode(isTraceWhole || code != ExitOk ? code : int(ExitUsage));
-}
-
 void runInterruptibly(const std::function<void()> &work)
 {
     std::atomic<bool> isDone{false};
@@ -168,17 +65,12 @@ void runInterruptibly(const std::function<void()> &work)
     worker.join();
 }
 
-bool readFile(const std::string &fileName, QByteArray *text)
+void printLineHint(const CommonOptions &options, const Counters &counters)
 {
-    QFile file(fromOption(fileName));
-    if (file.open(QIODevice::ReadOnly)) {
-        *text = file.readAll();
-        if (file.error() == QFileDevice::NoError)
-            return true;
-    }
-    complain(QString::fromLatin1("cannot read %1: %2; expected a file").arg(file.fileName(), file.errorString()),
-             ExitUsage);
-    return false;
+    const bool isStrange = counters.crc + counters.length + counters.discardedBytes > 0;
+    const bool hasFailed = counters.failed > 0 && counters.crc + counters.length + counters.timeouts > 0;
+    if (isStrange && hasFailed && !options.quiet)
+        printNote(QStringLiteral("bytes came that were no answer: are baud, parity and stop bits right?\n"));
 }
 
 int complain(const QString &text, ExitCode code)

@@ -62,11 +62,19 @@ private:
 /// Reads settings and tags and loads the driver. False when anything is wrong; every problem has been printed then, and
 /// the exit code is ExitUsage. isWithTags false leaves the tags out.
 bool load(const CommonOptions &options, bool isWithTags, Loaded *loaded);
-/// Opens the trace file when one was asked for. False, with the reason printed, when it cannot be written.
+/// The same, for a caller who prints the problems himself.
+bool load(const CommonOptions &options, bool isWithTags, Loaded *loaded, QStringList *problems);
+/// Opens the trace file when one was asked for. False, with the reason printed, when it cannot be written or is a file
+/// that a trace must not take the place of: one that is read, or anything but a trace.
 bool startTrace(const CommonOptions &options, Loaded *loaded);
 /// Loads the driver for verbs without settings: the path given, or the library beside the program, or that in
 /// ../lib/emerson_ec_series/. False with the reason printed.
 bool loadDriver(const CommonOptions &options, Plugin *plugin);
+/// Reads a trace. False, with every problem printed; when the file is no trace at all that is the only one. lines may
+/// be good ones of a file with problems.
+bool readTrace(const std::string &fileName, QVector<TraceLine> *lines);
+/// Whether both paths lead to the same file, which exists.
+bool isSameFile(const QString &path, const QString &other);
 /// The path that loadDriver takes when none is given.
 QString findDriver();
 
@@ -94,6 +102,9 @@ bool readFile(const std::string &fileName, QByteArray *text);
 
 /// Prints "ecpanel: TEXT" to standard error and returns the code.
 int complain(const QString &text, ExitCode code);
+/// Prints a hint when requests failed and bytes came that were no answer: nothing else tells wrong settings of the line
+/// from a PLC that is off.
+void printLineHint(const CommonOptions &options, const Counters &counters);
 /// Prints one problem a line, as it is, to standard error.
 void printProblems(const QStringList &problems);
 /// Writes text to standard output at once. When nobody reads it any more shouldStop() becomes true.

@@ -131,22 +131,17 @@ int decodeInput(const DecodeOptions &options, CrcFunction crc)
 
 int decodeTraceFile(const DecodeOptions &options, CrcFunction crc)
 {
-    bool isRead = false;
-    QStringList problems, lines;
-    runInterruptibly([&] {
-        QByteArray text;
-        isRead = readFile(options.traceFile, &text);
-        if (isRead)
-            lines = decodeTrace(parseTrace(text, fromOption(options.traceFile), &problems), crc);
-    });
-    if (!isRead)
+    QVector<TraceLine> trace;
+    const bool isWhole = readTrace(options.traceFile, &trace);
+    if (!isWhole && trace.isEmpty())
         return ExitUsage;
+    QStringList lines;
+    runInterruptibly([&] { lines = decodeTrace(trace, crc); });
     if (options.common.json)
         printJsonPretty(QJsonDocument(QJsonArray::fromStringList(lines)));
     for (int i = 0; !options.common.json && i < lines.size() && !shouldStop(); ++i)
         printLine(lines.at(i));
-    printProblems(problems);
-    return endCode(problems.isEmpty() ? ExitOk : ExitUsage);
+    return endCode(isWhole ? ExitOk : ExitUsage);
 }
 
 int decode(const DecodeOptions &options)

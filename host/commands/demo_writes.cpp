@@ -131,14 +131,15 @@ void Demo::showWrites(const QVector<DemoWrite> &writes, const QVector<int> &ids)
                       formatName(tag.format), valueText(tag, ended.bytes), tag.unit,
                       valueText(tag, hostBytesOf(tag, demoTags().at(index),
                                                  cellsInPlc(simulator, station, tag, demoTags().at(index)))),
-                      writeText(ended)});
+                      writeText(tag, ended, true)});
     }
     screen.table(table);
     for (int i = 0; i < writes.size() && i < ids.size(); ++i) {
         const WriteEntry ended = endedWrites.value(ids.at(i));
         check(ended.state == writes.at(i).state,
               QString::fromLatin1("the write of %1 ended as %2, expected %3")
-                  .arg(QLatin1String(writes.at(i).tag), writeText(ended), writeStateName(writes.at(i).state)));
+                  .arg(QLatin1String(writes.at(i).tag), writeText(tags.at(demoIndex(writes.at(i).tag)), ended, true),
+                       writeStateName(writes.at(i).state)));
     }
 }
 

@@ -103,7 +103,8 @@ TextTable trialTable(const QVector<LengthTrial> &trials, int best, int maxBlockL
     TextTable table({"max_block_len", ">requests", ">bytes read", ">useful", ">pass", ">times the shortest", ""});
     for (int i = 0; i < trials.size(); ++i) {
         const LengthTrial &trial = trials.at(i);
-        const char *const mark = i == best ? "<- shortest" : isOfLength(trial, maxBlockLen) ? "<- now" : "";
+        const bool isNow = isOfLength(trial, maxBlockLen);
+        const char *const mark = i == best ? (isNow ? "<- shortest, now" : "<- shortest") : isNow ? "<- now" : "";
         table.addRow({lengthsText(trial), QString::number(trial.requests), QString::number(trial.bytes),
                       QString::number(trial.usefulBytes), millisecondsColumn(trial.passMilliseconds),
                       QString::number(trial.passMilliseconds / shortest, 'f', 2), QLatin1String(mark)});
@@ -131,6 +132,12 @@ int showSuggestion(const Loaded &loaded, const PlanOptions &options)
     const auto now = std::find_if(trials.begin(), trials.end(), [&](const LengthTrial &trial) {
         return isOfLength(trial, loaded.settings.maxBlockLen);
     });
+    if (now != trials.end() && now->passMilliseconds <= trials.at(best).passMilliseconds) {
+        printLine(QString::fromLatin1("No length has a shorter pass than the settings' max_block_len = %1: %2.")
+                      .arg(loaded.settings.maxBlockLen)
+                      .arg(millisecondsColumn(now->passMilliseconds)));
+        return ExitOk;
+    }
     printLine(QString::fromLatin1("Suggested: max_block_len = %1, a pass of %2. The settings have %3%4.")
                   .arg(trials.at(best).firstLength)
                   .arg(millisecondsColumn(trials.at(best).passMilliseconds))
@@ -165,7 +172,8 @@ void addPlanCommand(CLI::App &app, CommandContext &context)
     addCommonOptions(*verb, options->common, SettingsOption | TagsOption | DriverOption | JsonOption);
     verb->add_option("--baud", options->baud, "Predict for this baud rate instead of the settings'")
         ->check(CLI::Range(300, 921600));
-    verb->add_option("--answer-ms", options->answerMilliseconds, "The PLC's own time for an answer, in milliseconds")
+    verb->add_option("--answer-ms", options->answerMilliseconds,
+                     "The PLC's own time for an answer, in milliseconds; ecpanel probe shows the reply time")
         ->check(CLI::Range(0.0, 60000.0));
     verb->add_flag("--suggest", options->isSuggesting,
                    "Try every max_block_len and name the one with the shortest pass");

@@ -39,7 +39,7 @@ TextTable planTable(const Plan &plan, const QList<Tag> &tags)
         const PlanBlock &block = plan.blocks.at(i);
         QStringList names;
         for (const int tag : block.tags)
-            names << tags.at(tag).name;
+            names << cutTo(TextTable::NameColumns, tags.at(tag).name);
         const QStringList lines = inLines(names);
         table.addRow({QString::number(i + 1), QString::number(block.station), QString::number(block.code),
                       QString::fromLatin1("%1-%2").arg(block.firstAddress, block.lastAddress),

@@ -44,7 +44,8 @@ class Prober {
 public:
     Prober(const ProbeOptions &options, Loaded &loaded)
         : options(options), channel(loaded.settings.line),
-          panel(loaded.plugin, loaded.settings, {}, channel, loaded.traceOrNull())
+          panel(loaded.plugin, loaded.settings, {}, channel, loaded.traceOrNull()),
+          mostSeconds(secondsOf(loaded.settings.line, options))
     {
         panel.setListener(&listener);
     }
@@ -54,18 +55,28 @@ public:
     void probeAll()
     {
         for (int station = options.from; station <= options.to && !shouldStop() && !listener.isPortLost; ++station) {
+            last = station;
             showProgress(station);
             probe(station);
         }
         if (isShowing())
             printNote(QStringLiteral("\r%1\r").arg(QString(), ProgressWidth));
+        if (isInterrupted() && !options.common.quiet)
+            printNote(QString::fromLatin1("stopped at station %1\n").arg(last));
     }
 
     const QVector<Answer> &answers() const { return found; }
     bool isPortLost() const { return listener.isPortLost; }
 
 private:
-    enum { ProgressWidth = 50 };
+    enum { ProgressWidth = 70, RequestBytes = 8, ReplyBytes = 7 };
+
+    static int secondsOf(const LineSettings &line, const ProbeOptions &options)
+    {
+        const qint64 onLine = line.charactersTime(RequestBytes + ReplyBytes) + 2 * line.silentInterval();
+        const qint64 each = onLine + 1000 * qint64(line.replyTimeout + line.lateWindow);
+        return int((each * (options.to - options.from + 1) + 999999) / 1000000);
+    }
 
     void probe(int station)
     {
@@ -84,11 +95,12 @@ private:
     void showProgress(int station)
     {
         if (isShowing())
-            printNote(QString::fromLatin1("\rstation %1 of %2 to %3, answers: %4 ")
+            printNote(QString::fromLatin1("\rstation %1 of %2 to %3, answers: %4; all take up to %5 s ")
                           .arg(station)
                           .arg(options.from)
                           .arg(options.to)
-                          .arg(found.size()));
+                          .arg(found.size())
+                          .arg(mostSeconds));
     }
 
     const ProbeOptions &options;
@@ -96,6 +108,8 @@ private:
     ProbeListener listener;
     Panel panel;
     QVector<Answer> found;
+    int last = 0;          ///< Station that was asked last.
+    const int mostSeconds; ///< When nobody answers.
 };
 
 QString answerText(const Transaction &transaction)
@@ -193,7 +207,8 @@ void addProbeCommand(CLI::App &app, CommandContext &context)
     verb->add_option("--to", options->to, "Last station")
         ->check(CLI::Range(int(FirstStation), int(LastStation)))
         ->capture_default_str();
-    verb->add_option("--timeout-ms", options->timeout, "Wait so long for each reply, not as the settings say")
+    verb->add_option("--timeout-ms", options->timeout,
+                     "Wait so long for each reply, not as the settings say; where none comes, the late window is added")
         ->check(CLI::Range(1, LongestMilliseconds));
     addCommonOptions(*verb, options->common, LineOptions | JsonOption);
     verb->footer(

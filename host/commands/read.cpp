@@ -80,6 +80,7 @@ int read(const ReadOptions &options)
     thread->stop();
     const PanelSnapshot snapshot = thread->snapshot();
     printValues(tags, snapshot, options.common.json);
+    printLineHint(options.common, snapshot.counters.all);
     return endCode(loaded, hasPort ? codeOf(snapshot.values) : int(ExitPort));
 }
 

@@ -3,11 +3,16 @@
 
 #include <QtCore/QJsonArray>
 
+#include <limits>
+
 namespace {
+
+enum { ShownDifferences = 20 };
 
 struct ReplayOptions {
     CommonOptions common;
     std::string fileName;
+    bool showsAll = false;
 };
 
 void printReportJson(const ReplayReport &report)
@@ -26,19 +31,24 @@ void printReportJson(const ReplayReport &report)
                                               {QStringLiteral("differences"), differences}}));
 }
 
-void printReport(const ReplayReport &report, const QString &fileName)
+void printReport(const ReplayReport &report, const QString &fileName, int most)
 {
     printLine(QString::fromLatin1("%1 transactions, %2 calls of the driver, %3 bytes compared")
                   .arg(report.transactions)
                   .arg(report.calls)
                   .arg(report.bytesCompared));
-    for (const ReplayDifference &difference : report.differences)
+    const int shownCount = qMin(report.differences.size(), most);
+    for (int i = 0; i < shownCount; ++i) {
+        const ReplayDifference &difference = report.differences.at(i);
+        if (i == 1)
+            printLine(QStringLiteral("What follows may follow from it:"));
         printLine(QString::fromLatin1("%1:%2: expected %3, got %4")
                       .arg(fileName)
                       .arg(difference.line)
                       .arg(difference.expected, difference.got));
-    if (report.differenceCount > report.differences.size())
-        printLine(QString::fromLatin1("... and %1 more").arg(report.differenceCount - report.differences.size()));
+    }
+    if (report.differenceCount > shownCount)
+        printLine(QString::fromLatin1("... and %1 more; --all prints them").arg(report.differenceCount - shownCount));
     if (!report.isComplete)
         printLine(QStringLiteral("the trace has no end: the image could not be compared"));
     printLine(report.isSame() ? QStringLiteral("no difference")
@@ -64,27 +74,21 @@ int replayFile(const ReplayOptions &options)
     Plugin plugin;
     if (!loadDriver(options.common, &plugin))
         return ExitUsage;
-    bool isRead = false;
-    QStringList problems;
+    QVector<TraceLine> lines;
+    if (!readTrace(options.fileName, &lines))
+        return ExitUsage;
     ReplayReport report;
     runInterruptibly([&] {
-        QByteArray text;
-        isRead = readFile(options.fileName, &text);
-        if (!isRead)
-            return;
-        const QVector<TraceLine> lines = parseTrace(text, fileName, &problems);
-        if (problems.isEmpty())
-            report = replay(lines, plugin);
+        report = options.showsAll ? replay(lines, plugin, std::numeric_limits<int>::max()) : replay(lines, plugin);
     });
-    if (isRead)
-        problems << problemsOf(report, fileName);
+    const QStringList problems = problemsOf(report, fileName);
     printProblems(problems);
-    if (!isRead || !problems.isEmpty())
+    if (!problems.isEmpty())
         return ExitUsage;
     if (options.common.json)
         printReportJson(report);
     else
-        printReport(report, fileName);
+        printReport(report, fileName, options.showsAll ? report.differences.size() : int(ShownDifferences));
     return endCode(report.isSame() ? ExitOk : ExitBadReply);
 }
 
@@ -95,6 +99,7 @@ void addReplayCommand(CLI::App &app, CommandContext &context)
     auto options = std::make_shared<ReplayOptions>();
     CLI::App *const verb = app.add_subcommand("replay", "Feed a trace to a fresh driver and compare all that it does");
     verb->add_option("FILE", options->fileName, "A trace, as --trace writes it")->required();
+    verb->add_flag("--all", options->showsAll, "Every difference, not only the first");
     addCommonOptions(*verb, options->common, DriverOption | JsonOption);
     verb->footer(
         "The exit code is 0 when every frame, result, callback and the values at the end are the same, 5 when\n"

@@ -79,6 +79,7 @@ public:
         printJson(endObject(last, thread->now()));
         if (!options.common.quiet && !options.common.json)
             printNote(closingReport(last.counters, last.writes));
+        printLineHint(options.common, last.counters.all);
         return endCode(loaded, ExitOk);
     }
 
@@ -127,7 +128,13 @@ private:
 int run(const RunOptions &options)
 {
     Loaded loaded;
-    if (!load(options.common, true, &loaded) || !startTrace(options.common, &loaded))
+    if (!load(options.common, true, &loaded))
+        return ExitUsage;
+    // With nothing to read there is still something to do for whoever writes.
+    QList<Tag> readable;
+    if (!options.isReadingInput && !chooseTags(options.common, {}, loaded.tagFile.tags, &readable))
+        return ExitUsage;
+    if (!startTrace(options.common, &loaded))
         return ExitUsage;
     return Runner(options, loaded).run();
 }

@@ -128,9 +128,9 @@ private:
                         + QLatin1String("  arrows, PgUp, PgDn scroll, q quits ");
         for (int i = 0; i < tags.size() && i < snapshot.values.size(); ++i) {
             const TagValue &value = snapshot.values.at(i);
-            view.rows << QStringList{tags.at(i).name,
-                                     value.bytes.isEmpty() ? QStringLiteral("-") : valueText(tags.at(i), value.bytes),
-                                     tags.at(i).unit, qualityText(value),
+            const QString text = value.bytes.isEmpty() ? QStringLiteral("-") : valueText(tags.at(i), value.bytes);
+            view.rows << QStringList{cutTo(TextTable::NameColumns, tags.at(i).name),
+                                     cutTo(TextTable::ValueColumns, text), tags.at(i).unit, qualityText(value),
                                      value.readAt < 0 ? QStringLiteral("-") : ageText(now - value.readAt)};
             view.qualities << value.quality;
         }
@@ -183,6 +183,7 @@ private:
             printJson(endObject(last, thread->now()));
         else if (!options.common.quiet)
             print((isOnScreen ? QString() : QStringLiteral("\n")) + closingReport(last.counters, last.writes));
+        printLineHint(options.common, last.counters.all);
     }
 
     const WatchOptions &options;

@@ -4,12 +4,14 @@
 
 namespace {
 
-// Those that are off come first: the line may end before all are named.
+// Those with which something is wrong come first: the line may end before all are named.
 QString stationsText(const QMap<int, StationState> &stations, qint64 now)
 {
     QStringList off, on;
     for (auto station = stations.begin(); station != stations.end(); ++station) {
-        if (station->isOn)
+        if (station->isOn && !station->isAnswering)
+            off << QString::fromLatin1("%1 NO ANSWER").arg(station.key());
+        else if (station->isOn)
             on << QString::fromLatin1("%1 on").arg(station.key());
         else
             off << QString::fromLatin1("%1 OFF (next probe in %2)")

@@ -16,9 +16,10 @@ struct Assignment {
     QByteArray bytes;
 };
 
-/// Checks all of them before anything is sent. False, with everything that is wrong printed.
+/// Checks all of them before anything is sent. False, with everything that is wrong printed. notes tells which values
+/// were rounded.
 bool parseAssignments(const WriteOptions &options, const QList<Tag> &all, QList<Tag> *tags,
-                      QVector<Assignment> *assignments)
+                      QVector<Assignment> *assignments, QStringList *notes)
 {
     bool isRight = true;
     for (const std::string &text : options.assignments) {
@@ -35,6 +36,10 @@ bool parseAssignments(const WriteOptions &options, const QList<Tag> &all, QList<
             assignment.tag = tags->size();
             tags->append(all.at(tag));
             assignments->append(assignment);
+            const QString typed = fromOption(text).section(QLatin1Char('='), 1).trimmed();
+            const QString note = roundingNote(all.at(tag), typed, assignment.bytes);
+            if (!note.isEmpty())
+                *notes << QString::fromLatin1("ecpanel: %1: %2").arg(fromOption(text), note);
         } else {
             complain(QString::fromLatin1("%1: %2").arg(fromOption(text), error), ExitUsage);
         }
@@ -43,7 +48,48 @@ bool parseAssignments(const WriteOptions &options, const QList<Tag> &all, QList<
     return isRight;
 }
 
-/// Queues all in order and waits for their ends. By tag; writes that have not ended are as they were queued.
+/// Without its confirmed end, a write that an interruption cut off counts as open: whether it was sent is all that is
+/// known.
+void reopen(WriteEntry &write)
+{
+    const bool isCut =
+        write.state == WriteState::Purged || (write.state == WriteState::Failed && write.reason == Reason::Port);
+    if (!isCut)
+        return;
+    write.state = WriteState::Queued;
+    write.reason = Reason::None;
+    write.endedAt = -1;
+}
+
+void takeEnded(PanelThread &thread, int milliseconds, QVector<WriteEntry> *writes, int *left)
+{
+    for (const PanelEvent &event : thread.takeEvents(milliseconds)) {
+        if (event.kind != PanelEvent::WriteEnded)
+            continue;
+        (*writes)[event.write.tag] = event.write;
+        --*left;
+    }
+}
+
+/// Ends the thread and notes what it last knew of the writes that are still open.
+void stopWithOpenWrites(PanelThread &thread, QVector<WriteEntry> *writes, int *left)
+{
+    // Asks again and again: the last time is after the last request.
+    std::function<void(Panel &)> look = [&](Panel &panel) {
+        for (const WriteEntry &entry : panel.writes().openEntries())
+            (*writes)[entry.tag] = entry;
+        thread.post(look);
+    };
+    thread.post(look);
+    thread.stop();
+    const QVector<WriteEntry> before = *writes;
+    takeEnded(thread, 0, writes, left);
+    for (int i = 0; i < before.size(); ++i)
+        if (isOpenState(before.at(i).state))
+            reopen((*writes)[i]);
+}
+
+/// Queues all in order and waits for their ends. By tag. The thread has ended afterwards.
 QVector<WriteEntry> carryOut(PanelThread &thread, const QVector<Assignment> &assignments)
 {
     QVector<WriteEntry> writes(assignments.size());
@@ -56,14 +102,12 @@ QVector<WriteEntry> carryOut(PanelThread &thread, const QVector<Assignment> &ass
         }
     });
     int left = writes.size();
-    while (left > 0 && !isInterrupted()) {
-        for (const PanelEvent &event : thread.takeEvents(50)) {
-            if (event.kind != PanelEvent::WriteEnded)
-                continue;
-            writes[event.write.tag] = event.write;
-            --left;
-        }
-    }
+    while (left > 0 && !isInterrupted())
+        takeEnded(thread, 50, &writes, &left);
+    if (left > 0)
+        stopWithOpenWrites(thread, &writes, &left);
+    else
+        thread.stop();
     return writes;
 }
 
@@ -101,7 +145,7 @@ int codeOf(const QVector<WriteEntry> &writes, const QList<Tag> &tags, bool confi
     return hasOther ? ExitNotConfirmed : ExitOk;
 }
 
-void printWrites(const QVector<WriteEntry> &writes, const QList<Tag> &tags, bool asJson)
+void printWrites(const QVector<WriteEntry> &writes, const QList<Tag> &tags, bool confirmWrites, bool asJson)
 {
     QJsonArray array;
     TextTable table(
@@ -109,7 +153,9 @@ void printWrites(const QVector<WriteEntry> &writes, const QList<Tag> &tags, bool
     for (const WriteEntry &write : writes) {
         const Tag &tag = tags.at(write.tag);
         array.append(writeObject(tag, write));
-        table.addRow({tag.name, valueText(tag, write.bytes), tag.unit, writeText(write)});
+        table.addRow({cutTo(TextTable::NameColumns, tag.name),
+                      cutTo(TextTable::ValueColumns, valueText(tag, write.bytes)), tag.unit,
+                      writeText(tag, write, confirmWrites)});
     }
     if (asJson)
         printJsonPretty(QJsonDocument(array));
@@ -122,9 +168,13 @@ int write(const WriteOptions &options)
     Loaded loaded;
     QList<Tag> tags;
     QVector<Assignment> assignments;
-    if (!load(options.common, true, &loaded) || !parseAssignments(options, loaded.tagFile.tags, &tags, &assignments)
+    QStringList notes;
+    if (!load(options.common, true, &loaded)
+        || !parseAssignments(options, loaded.tagFile.tags, &tags, &assignments, &notes)
         || !startTrace(options.common, &loaded))
         return ExitUsage;
+    if (!options.common.quiet)
+        printProblems(notes);
     const auto thread = makePanelThread(loaded, tags);
     // Before the first request: nothing but the writes and what confirms them goes out.
     thread->post([](Panel &panel) { panel.setPolling(false); });
@@ -132,8 +182,8 @@ int write(const WriteOptions &options)
     if (!thread->start(&error))
         return complain(error, ExitPort);
     const QVector<WriteEntry> writes = carryOut(*thread, assignments);
-    thread->stop();
-    printWrites(writes, tags, options.common.json);
+    printWrites(writes, tags, loaded.settings.confirmWrites, options.common.json);
+    printLineHint(options.common, thread->snapshot().counters.all);
     return endCode(loaded, codeOf(writes, tags, loaded.settings.confirmWrites));
 }
 
@@ -150,7 +200,8 @@ void addWriteCommand(CLI::App &app, CommandContext &context)
         "Nothing is sent unless all names and values are right. Each write ends as confirmed (read back as\n"
         "written), done (answered; not read back), failed, reverted (read back different), purged (given up\n"
         "because another write failed), superseded (a newer write of the same cells took its place), refused,\n"
-        "dropped-queue-full or dropped-station-off.\n\n"
+        "dropped-queue-full or dropped-station-off. One that Ctrl-C cut off is unknown (sent, not answered: the\n"
+        "PLC may have it or not) or not sent (\"unknown\" and \"not-sent\" in JSON).\n\n"
         "The exit code is 0 when all are confirmed, or done where nothing more can be known; otherwise 3, 4\n"
         "or 5 by why one failed (serial port, no reply in time, bad reply or exception), or 6.\n\n"
         "Examples:\n"
