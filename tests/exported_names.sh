@@ -51,7 +51,7 @@ if echo "$needed" | grep -v -E '^(libQt5Core\.so\.5|libstdc\+\+\.so\.6|libgcc_s\
   exit 1
 fi
 for flag in SYMBOLIC BIND_NOW; do
-  echo "$dynamic" | grep -q "$flag" || { echo "$1 is not linked with $flag"; exit 1; }
+  grep -q "$flag" <<<"$dynamic" || { echo "$1 is not linked with $flag"; exit 1; }
 done
-readelf -l -W "$1" | grep -q GNU_RELRO || { echo "$1 has no read-only relocations"; exit 1; }
-nm -D --undefined-only "$1" | grep -q __stack_chk_fail || { echo "$1 has no stack protector"; exit 1; }
+readelf -l -W "$1" | grep GNU_RELRO >/dev/null || { echo "$1 has no read-only relocations"; exit 1; }
+nm -D --undefined-only "$1" | grep __stack_chk_fail >/dev/null || { echo "$1 has no stack protector"; exit 1; }
