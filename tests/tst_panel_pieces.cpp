@@ -2,25 +2,11 @@
 #include "host/plugin.h"
 #include "host/tag_codec.h"
 #include "host/tags.h"
+#include "tests/tag_settings.h"
 
 #include <QtTest/QtTest>
 
 namespace {
-
-PanelSettings onePlc()
-{
-    PanelSettings settings;
-    settings.maxBlockLen = 32;
-    settings.station = 5;
-    return settings;
-}
-
-PanelSettings severalPlcs()
-{
-    PanelSettings settings = onePlc();
-    settings.hasSeveral = true;
-    return settings;
-}
 
 /// The tag of one row; its name is empty when the row has a problem.
 Tag tagOf(const QByteArray &row, const PanelSettings &settings)

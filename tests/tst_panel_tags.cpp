@@ -3,27 +3,13 @@
 #include "host/tags.h"
 
 #include "tests/damaged_text.h"
+#include "tests/tag_settings.h"
 
 #include <QtTest/QtTest>
 
 namespace {
 
 const char Header[] = "name,type,address,station,count,format,order,scale,unit,rw\n";
-
-PanelSettings onePlc()
-{
-    PanelSettings settings;
-    settings.maxBlockLen = 32;
-    settings.station = 5;
-    return settings;
-}
-
-PanelSettings severalPlcs()
-{
-    PanelSettings settings = onePlc();
-    settings.hasSeveral = true;
-    return settings;
-}
 
 QString problemsOf(const QByteArray &text, const PanelSettings &settings = onePlc())
 {
