@@ -35,6 +35,7 @@ private slots:
     void crcReadsOnlyTheStatedLength();
     void byteSumIsTakenModulo65536_data();
     void byteSumIsTakenModulo65536();
+    void byteSumReadsOnlyTheStatedLength();
     void longitudinalCheckIsNotReducedToAByte_data();
     void longitudinalCheckIsNotReducedToAByte();
     void exclusiveOrHasItsKnownValues_data();
@@ -45,6 +46,7 @@ private slots:
     void digitBecomesCharacterWithoutARangeCheck();
     void characterBecomesDigitWithoutFoldingCase_data();
     void characterBecomesDigitWithoutFoldingCase();
+    void missingBufferCountsAsAnEmptyOne();
 };
 
 void TstChecksum::crcHasItsPublishedValues_data()
@@ -111,6 +113,13 @@ void TstChecksum::byteSumIsTakenModulo65536()
     QFETCH(QByteArray, bytes);
     QFETCH(int, sum);
     QCOMPARE(sumOf(CalSUM, bytes), sum);
+}
+
+void TstChecksum::byteSumReadsOnlyTheStatedLength()
+{
+    QCOMPARE(sumOf(CalSUM, hex("01 02 03 AA BB"), 3), 6);
+    QCOMPARE(sumOf(CalSUM, hex("AA BB"), 0), 0);
+    QCOMPARE(sumOf(CalLRC, hex("01 02 03 AA BB"), 3), 250);
 }
 
 void TstChecksum::longitudinalCheckIsNotReducedToAByte_data()
@@ -226,6 +235,14 @@ void TstChecksum::characterBecomesDigitWithoutFoldingCase()
     QFETCH(int, ch);
     QFETCH(int, value);
     QCOMPARE(ASCIIToDigital(ch), value);
+}
+
+void TstChecksum::missingBufferCountsAsAnEmptyOne()
+{
+    QCOMPARE(int(CalCRC(nullptr, 4)), 0xFFFF);
+    QCOMPARE(int(CalSUM(nullptr, 4)), 0);
+    QCOMPARE(int(CalLRC(nullptr, 4)), 256);
+    QCOMPARE(int(CalXOR(nullptr, 4)), 0);
 }
 
 QTEST_APPLESS_MAIN(TstChecksum)

@@ -101,7 +101,8 @@ void TstDataCom::oneShotReadAskedTwiceIsReportedOnlyOnce()
 void TstDataCom::onlyTheWholeNameCountsAsTheSameValue()
 {
     DriverFixture driver;
-    PLC_driver.writeList << namedWrite(3, 7) << namedWrite(3, 8) << namedWrite(4, 7);
+    PLC_driver.writeList << namedWrite(3, 7) << namedWrite(3, 8) << namedWrite(4, 7) << namedWrite(3, 6)
+                         << namedWrite(2, 7);
     PLC_driver.onceReadList << namedRead(3, 7);
     QCOMPARE(answerWell(), 1);
     QCOMPARE(doneCalls(), QStringLiteral("0/3.7=1"));
@@ -185,16 +186,15 @@ void TstDataCom::finalFailurePurges_data()
     QTest::addColumn<QString>("writesLeft");
 
     // The failed request is 3.7 of station 1.
-    const QString all = QStringLiteral("3.7@2 3.8@1 4.7@1");
-    QTest::newRow("write, one station") << 1 << 0 << "3.8@1 4.7@1"
-                                        << "";
-    QTest::newRow("one-shot read, one station") << 2 << 0 << "3.8@1 4.7@1"
-                                                << "";
-    QTest::newRow("cyclic read, one station") << 0 << 0 << "3.8@1 4.7@1"
-                                              << "";
-    QTest::newRow("write, several stations") << 1 << 1 << all << "3.7@2 9.9@2";
-    QTest::newRow("one-shot read, several stations") << 2 << 1 << all << "3.7@2 9.9@2";
-    QTest::newRow("cyclic read, several stations") << 0 << -1 << all << "3.7@2 9.9@2";
+    const QString others = QStringLiteral("3.8@1 4.7@1 3.6@1 2.7@1");
+    const QString all = QStringLiteral("3.7@2 3.7@0 3.8@1 4.7@1 3.6@1 2.7@1");
+    const QString none = QStringLiteral("");
+    QTest::newRow("write, one station") << 1 << 0 << others << none;
+    QTest::newRow("one-shot read, one station") << 2 << 0 << others << none;
+    QTest::newRow("cyclic read, one station") << 0 << 0 << others << none;
+    QTest::newRow("write, several stations") << 1 << 1 << all << "3.7@2 9.9@2 9.9@0";
+    QTest::newRow("one-shot read, several stations") << 2 << 1 << all << "3.7@2 9.9@2 9.9@0";
+    QTest::newRow("cyclic read, several stations") << 0 << -1 << all << "3.7@2 9.9@2 9.9@0";
 }
 
 void TstDataCom::finalFailurePurges()
@@ -207,9 +207,10 @@ void TstDataCom::finalFailurePurges()
     driver.settings.stationScope = stationScope;
     listServed(servedList) << (servedList == 1 ? namedWrite(3, 7) : namedRead(3, 7));
     QVERIFY(ComCommunication() != nullptr);
-    PLC_driver.onceReadList << namedRead(3, 7) << namedRead(3, 7, 2) << namedRead(3, 8) << namedRead(4, 7)
-                            << namedRead(3, 7);
-    PLC_driver.writeList << namedWrite(3, 7) << namedWrite(3, 7, 2) << namedWrite(9, 9) << namedWrite(9, 9, 2);
+    PLC_driver.onceReadList << namedRead(3, 7) << namedRead(3, 7, 2) << namedRead(3, 7, 0) << namedRead(3, 8)
+                            << namedRead(4, 7) << namedRead(3, 6) << namedRead(2, 7) << namedRead(3, 7);
+    PLC_driver.writeList << namedWrite(3, 7) << namedWrite(3, 7, 2) << namedWrite(9, 9) << namedWrite(9, 9, 2)
+                         << namedWrite(9, 9, 0);
     QByteArray nothing;
     QCOMPARE(DataCom(&nothing, 0)->resultCode, 44);
     QCOMPARE(names(PLC_driver.onceReadList), onceLeft);

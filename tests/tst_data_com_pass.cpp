@@ -10,7 +10,11 @@ private slots:
     void passEndsWithMoreGoodRepliesThanEntries();
     void everyLocalFinalReplyCountsTowardsThePass();
     void remoteRepliesDoNotCountTowardsThePass();
+    void repliesAfterAFullPassAreNotCounted_data();
     void repliesAfterAFullPassAreNotCounted();
+    void passOfAListThatShrankEndsWithTheNextReply();
+    void transactionEndsOnceItsFramesAreAnswered_data();
+    void transactionEndsOnceItsFramesAreAnswered();
     void badReplyStartsThePassAnew();
     void bitInWordWriteIsTwoFrames();
     void firstOfTwoFramesChangesOnlyTheResultCode();
@@ -55,15 +59,62 @@ void TstDataComPass::remoteRepliesDoNotCountTowardsThePass()
     QCOMPARE(driver.settings.finishFlag, 0);
 }
 
+void TstDataComPass::repliesAfterAFullPassAreNotCounted_data()
+{
+    QTest::addColumn<int>("finishFlag");
+    QTest::newRow("the driver's own mark") << 1;
+    QTest::newRow("a mark of the host") << -1;
+}
+
 void TstDataComPass::repliesAfterAFullPassAreNotCounted()
 {
+    QFETCH(int, finishFlag);
     DriverFixture driver;
-    driver.settings.finishFlag = 1;
+    driver.settings.finishFlag = finishFlag;
     PLC_driver.readList << namedRead(0, 1) << namedRead(0, 2);
     for (int i = 0; i < 4; ++i)
         QCOMPARE(answerWell(), 1);
     QCOMPARE(PLC_driver.passCount, 0);
+    QCOMPARE(driver.settings.finishFlag, finishFlag);
+}
+
+// A rebuild from no variable at all empties the list and leaves the count.
+void TstDataComPass::passOfAListThatShrankEndsWithTheNextReply()
+{
+    DriverFixture driver;
+    PLC_driver.readList << namedRead(0, 1) << namedRead(0, 2);
+    QCOMPARE(answerWell(), 1);
+    QCOMPARE(answerWell(), 1);
+    QCOMPARE(PLC_driver.passCount, 2);
+    QList<VARDESC> none;
+    QCOMPARE(ReCreatReadVarList(none), 0);
+    PLC_driver.readList << namedRead(0, 1);
+    QCOMPARE(answerWell(), 1);
+    QCOMPARE(PLC_driver.passCount, 0);
     QCOMPARE(driver.settings.finishFlag, 1);
+}
+
+void TstDataComPass::transactionEndsOnceItsFramesAreAnswered_data()
+{
+    QTest::addColumn<int>("frameTotal");
+    QTest::addColumn<int>("readsLeft");
+    QTest::newRow("one frame") << 1 << 1;
+    QTest::newRow("more have been answered than there are") << -1 << 1;
+    QTest::newRow("another is to follow") << 2 << 2;
+}
+
+void TstDataComPass::transactionEndsOnceItsFramesAreAnswered()
+{
+    QFETCH(int, frameTotal);
+    QFETCH(int, readsLeft);
+    DriverFixture driver;
+    PLC_driver.onceReadList << namedRead(3, 7) << namedRead(3, 8);
+    Protocol *const request = ComCommunication();
+    QVERIFY(request != nullptr);
+    QByteArray reply = goodReplyTo(*request);
+    driver.settings.frameTotal = frameTotal;
+    QCOMPARE(DataCom(&reply, reply.size())->resultCode, 1);
+    QCOMPARE(PLC_driver.onceReadList.size(), readsLeft);
 }
 
 void TstDataComPass::badReplyStartsThePassAnew()

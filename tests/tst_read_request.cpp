@@ -270,6 +270,12 @@ void TstReadRequest::buildersMayBeCalledByName()
     ReadAnalog(&dwords);
     QCOMPARE(frames(), QStringLiteral("02 03 25 E4 00 06 8E C0"));
     QCOMPARE(lengths(), QStringLiteral("8/17/3/12"));
+
+    PLC_driver.protocolList.clear();
+    const RW_VAR bitsInWords = readVar(15, 10, 1);
+    ReadAnalog(&bitsInWords);
+    QCOMPARE(frames(), QStringLiteral("01 03 00 0A 00 01 A4 08"));
+    QCOMPARE(lengths(), QStringLiteral("8/7/3/2"));
 }
 
 void TstReadRequest::readIsNotMirroredAndLeavesItsListAlone()

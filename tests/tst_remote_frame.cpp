@@ -211,6 +211,10 @@ void TstRemoteFrame::lengthByteOfALongWriteIsCutTo8Bits_data()
         << zeros << QByteArray(65522, '\0')
         << QStringLiteral("08 00 01 01 05 00 07 00 00 00 00 00 00 00 00 00 00 00 00 00 00") << QStringLiteral("16")
         << QStringLiteral("65544/8/0/0");
+    QTest::newRow("65522 bytes, of which the last 20 count in the sum")
+        << zeros << QByteArray(65502, '\0') + QByteArray(20, '\1')
+        << QStringLiteral("08 00 01 01 05 00 07 00 00 00 00 00 00 00 00 00 00 00 00 00 00") << QStringLiteral("2A")
+        << QStringLiteral("65544/8/0/0");
 }
 
 void TstRemoteFrame::lengthByteOfALongWriteIsCutTo8Bits()

@@ -1,6 +1,7 @@
 /// Local and remote replies: what is accepted, what is stored and under which lock.
 #include "driver/reply.h"
 
+#include "driver/emerson_ec_series.h"
 #include "tests/elsewhere.h"
 #include "tests/exchange_fixture.h"
 
@@ -30,6 +31,7 @@ void addReplyRows()
     QTest::newRow("time-out beside stale bytes") << 7 << 1 << 0 << good << 0 << 44;
     QTest::newRow("time-out while any length would do") << -1 << 1 << 0 << QByteArray() << 0 << 44;
     QTest::newRow("nothing expected of a real station") << 0 << 1 << 0 << QByteArray() << 0 << 14;
+    QTest::newRow("nothing expected of a negative station") << 0 << -1 << 1 << QByteArray() << 0 << 14;
     QTest::newRow("too short") << 7 << 1 << 0 << hex("01 83 02 C0 F1") << 5 << 74;
     QTest::newRow("too long") << 7 << 1 << 0 << echo << 8 << 74;
     QTest::newRow("wrong length before wrong CRC") << 7 << 1 << 0 << hex("01 03 00 00 00") << 5 << 74;
@@ -37,6 +39,10 @@ void addReplyRows()
     QTest::newRow("any length, exception reply") << -1 << 1 << 0 << hex("01 83 02 C0 F1") << 5 << 1;
     QTest::newRow("any length, bad CRC") << -1 << 1 << 0 << hex("01 03 02 12 34 B5 34") << 7 << 14;
     QTest::newRow("wrong CRC") << 7 << 1 << 0 << hex("01 03 02 12 35 B5 33") << 7 << 14;
+    QTest::newRow("CRC, low byte one too small") << 7 << 1 << 0 << hex("01 03 02 12 34 B4 33") << 7 << 14;
+    QTest::newRow("CRC, low byte one too great") << 7 << 1 << 0 << hex("01 03 02 12 34 B6 33") << 7 << 14;
+    QTest::newRow("CRC, high byte one too small") << 7 << 1 << 0 << hex("01 03 02 12 34 B5 32") << 7 << 14;
+    QTest::newRow("CRC, high byte one too great") << 7 << 1 << 0 << hex("01 03 02 12 34 B5 34") << 7 << 14;
     QTest::newRow("CRC bytes swapped") << 7 << 1 << 0 << hex("01 03 02 12 34 33 B5") << 7 << 14;
     QTest::newRow("length beyond the buffer") << 7 << 1 << 0 << hex("01 03 02 12 34") << 7 << 14;
     QTest::newRow("unusable read/write flag") << 7 << 1 << 2 << good << 7 << 14;
@@ -55,6 +61,8 @@ private slots:
     void localReadIsStored();
     void localAcknowledgementIsNotStored();
     void rejectedReplyIsNotStored();
+    void bitOfTheQueuedWriteGoesIntoTheSecondFrame_data();
+    void bitOfTheQueuedWriteGoesIntoTheSecondFrame();
     void localReplyIsStoredUnderTheImageMutexAlone();
     void localReplyThatIsNotStoredNeedsNoImageMutex();
     void remoteReplyBecomesItsResultCode_data();
@@ -115,6 +123,33 @@ void TstReply::rejectedReplyIsNotStored()
     QCOMPARE(DealDataOfLocalArea(&reply, 7), 14);
     QCOMPARE(DealDataOfRemoteArea(&reply, 7), 114);
     QCOMPARE(int(PLC_driver.wordImage7[100]), 0);
+}
+
+void TstReply::bitOfTheQueuedWriteGoesIntoTheSecondFrame_data()
+{
+    QTest::addColumn<int>("frames");
+    QTest::addColumn<bool>("queued");
+    QTest::addColumn<QString>("word");
+    QTest::newRow("the read and its write") << 2 << true << "12 3C";
+    QTest::newRow("another frame behind them") << 3 << true << "12 3C";
+    QTest::newRow("the queue has been emptied meanwhile") << 2 << false << "12 34";
+}
+
+void TstReply::bitOfTheQueuedWriteGoesIntoTheSecondFrame()
+{
+    QFETCH(int, frames);
+    QFETCH(bool, queued);
+    DriverFixture driver;
+    PLC_driver.writeList << writeVar(15, 163, 1, hex("01"));
+    QVERIFY(ComCommunication() != nullptr);
+    QCOMPARE(PLC_driver.protocolList.size(), 2);
+    while (PLC_driver.protocolList.size() < frames)
+        PLC_driver.protocolList << PLC_driver.protocolList.at(1);
+    if (!queued)
+        PLC_driver.writeList.clear();
+    QByteArray reply = hex(GoodReply);
+    QCOMPARE(DealDataOfLocalArea(&reply, 7), 1);
+    QTEST(toHex(PLC_driver.protocolList.at(1).frame.mid(4, 2)), "word");
 }
 
 void TstReply::localReplyIsStoredUnderTheImageMutexAlone()

@@ -16,6 +16,7 @@ private slots:
     void sixthQueuedWriteWaitsForOneCyclicRead();
     void sixthQueuedWriteWaitsForAOneShotReadToo();
     void sixthOneShotReadWaitsForOneCyclicRead();
+    void streakBeyondTheLimitIsFull();
     void steadyLoadIsServedFiveFiveOne();
     void emptyCyclicListResetsBothStreaks();
     void repeatsDoNotCountInTheStreak();
@@ -100,6 +101,18 @@ void TstScheduler::sixthOneShotReadWaitsForOneCyclicRead()
     PLC_driver.readList << wordReads(0, 1);
     PLC_driver.onceReadList << wordReads(50, 6);
     QCOMPARE(nextOf(8), QStringLiteral("O:50 O:51 O:52 O:53 O:54 C:0 O:55 C:0"));
+}
+
+// The counters are open to a host tool: one beyond the limit is as full as one at it.
+void TstScheduler::streakBeyondTheLimitIsFull()
+{
+    DriverFixture driver;
+    PLC_driver.readList << wordReads(0, 1);
+    PLC_driver.onceReadList << wordReads(50, 1);
+    PLC_driver.writeList << wordWrites(1);
+    PLC_driver.writeStreak = 6;
+    PLC_driver.onceStreak = 6;
+    QCOMPARE(nextOf(3), QStringLiteral("C:0 W:100 O:50"));
 }
 
 void TstScheduler::steadyLoadIsServedFiveFiveOne()

@@ -35,6 +35,8 @@ void TstSchedulerFrames::builderFollowsListAndFormat_data()
     QTest::newRow("cyclic read, PLC format") << 0 << 0 << "01 03 00 64 00 01 C5 D5";
     QTest::newRow("write, remote format")
         << 1 << 1 << "18 00 01 01 01 00 07 00 00 00 64 00 01 00 00 00 00 00 00 00 00 34 12 CD";
+    QTest::newRow("write, remote format by a negative mode")
+        << 1 << -1 << "18 00 01 01 01 00 07 00 00 00 64 00 01 00 00 00 00 00 00 00 00 34 12 CD";
     QTest::newRow("one-shot read, remote format")
         << 2 << 1 << "16 00 00 01 01 00 07 00 00 00 64 00 01 00 00 00 00 00 00 00 00 84";
     QTest::newRow("cyclic read, remote format")

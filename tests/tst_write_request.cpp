@@ -83,6 +83,7 @@ private slots:
     void recordCarriesEveryFieldOfTheEntry();
     void bitInWordRecordsReadThenWriteTheWord();
     void code13MayBeWrittenAsRegistersByName();
+    void bitInAWordWrittenByNameIsAPlainWord();
     void worksWithoutSettings();
 };
 
@@ -260,6 +261,7 @@ void TstWriteRequest::broadcastExpectsNoReplyExceptForABitInAWord_data()
     addWriteRow({"station 256 is none, registers", 10, 0, 2, 256, "34 12 78 56",
                  "00 10 25 1C 00 02 04 12 34 56 78 2B AF", "13/8/0/0"});
     addWriteRow({"station 300 is sent as 44", 7, 100, 1, 300, "34 12", "2C 06 00 64 12 34 C3 1F", "8/8/0/0"});
+    addWriteRow({"station -1 is sent as 255", 3, 5, 1, -1, "01", "FF 05 11 35 FF 00 8C D6", "8/8/0/0"});
 }
 
 void TstWriteRequest::recordCarriesEveryFieldOfTheEntry()
@@ -321,6 +323,14 @@ void TstWriteRequest::code13MayBeWrittenAsRegistersByName()
     QCOMPARE(frames(), QStringLiteral("01 10 27 10 00 02 04 12 34 56 78 36 66"));
     QCOMPARE(lengths(), QStringLiteral("13/8/0/0"));
     QCOMPARE(image() + store(), QString());
+}
+
+void TstWriteRequest::bitInAWordWrittenByNameIsAPlainWord()
+{
+    DriverFixture driver;
+    const RW_VAR entry = writeVar(15, 100, 2, hex("34 12 78 56"));
+    WriteAnalog(&entry);
+    QCOMPARE(frames(), QStringLiteral("01 10 00 64 00 02 04 12 34 56 78 8F 40"));
 }
 
 void TstWriteRequest::worksWithoutSettings()

@@ -152,6 +152,8 @@ void TstWriteRequestBounds::countsBeyondTheFrameOrElementLimitDoNothingAtAll_dat
     QTest::newRow("code 13, four times the count leaves an int") << 13 << 0x20000000;
     QTest::newRow("code 13, four times the count is 0 in an int") << 13 << 0x40000000;
     QTest::newRow("code 13, largest int") << 13 << INT_MAX;
+    QTest::newRow("words, no room left for the CRC") << 10 << -4;
+    QTest::newRow("code 13, no room left for the CRC") << 13 << -2;
     QTest::newRow("coil, one too many elements") << 3 << 1048577;
     QTest::newRow("coil, largest int") << 3 << INT_MAX;
     QTest::newRow("bit in a word, one too many elements") << 15 << 1048577;
