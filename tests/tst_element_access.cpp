@@ -1,6 +1,7 @@
 /// Single elements of the image areas as bytes of the host.
 #include "image/element_access.h"
 
+#include "image/areas.h"
 #include "tests/image_fixture.h"
 
 #include <climits>
@@ -62,6 +63,7 @@ class TstElementAccess : public QObject {
 
 private slots:
     void everyAreaStartsAtZero();
+    void areaBelongsToItsStorageCodeAlone();
     void newVariableListsAndFailuresKeepOldValues();
     void bitsOfByteAreasAreReadOneByteEach_data();
     void bitsOfByteAreasAreReadOneByteEach();
@@ -90,6 +92,22 @@ void TstElementAccess::everyAreaStartsAtZero()
     DriverFixture driver;
     QCOMPARE(image(), QString());
     QCOMPARE(PLC_driver.extendVarList.size(), 0);
+}
+
+void TstElementAccess::areaBelongsToItsStorageCodeAlone()
+{
+    DriverFixture driver;
+    QVERIFY(bitArea(0) == PLC_driver.bitImage0 && bitArea(1) == PLC_driver.bitImage1);
+    QVERIFY(bitArea(2) == PLC_driver.bitImage2 && bitArea(3) == PLC_driver.bitImage3);
+    QVERIFY(bitArea(4) == PLC_driver.bitImage4 && bitArea(5) == PLC_driver.bitImage5);
+    QVERIFY(bitArea(6) == PLC_driver.bitImage6);
+    QVERIFY(wordArea(7) == PLC_driver.wordImage7 && wordArea(8) == PLC_driver.wordImage8);
+    QVERIFY(wordArea(9) == PLC_driver.wordImage9 && wordArea(10) == PLC_driver.wordImage10);
+    QVERIFY(wordArea(11) == PLC_driver.wordImage11 && wordArea(100) == PLC_driver.wordImage100);
+    for (int code : {INT_MIN, -1, 7, 8, 100, INT_MAX})
+        QVERIFY(bitArea(code) == nullptr);
+    for (int code : {INT_MIN, -1, 0, 6, 12, 13, 99, 101, INT_MAX})
+        QVERIFY(wordArea(code) == nullptr);
 }
 
 void TstElementAccess::newVariableListsAndFailuresKeepOldValues()

@@ -87,6 +87,7 @@ private slots:
     void repliedWordsAreSavedHighByteFirst();
     void repliedValuesAreSavedHighByteFirst_data();
     void repliedValuesAreSavedHighByteFirst();
+    void elementsThatAShortReplyLacksKeepTheirValue();
 };
 
 void TstElementAccessWrite::bitsOfByteAreasAreSetOneByteEach_data()
@@ -307,6 +308,28 @@ void TstElementAccessWrite::repliedValuesAreSavedHighByteFirst()
 {
     DriverFixture driver;
     checkSave(SaveWordToUI, PLC_driver.dwordImage13);
+}
+
+void TstElementAccessWrite::elementsThatAShortReplyLacksKeepTheirValue()
+{
+    DriverFixture driver;
+    PLC_driver.bitImage0[3] = 0x55;
+    PLC_driver.bitImage0[4] = 0x66;
+    PLC_driver.wordImage7[1] = 0x5555;
+    PLC_driver.dwordImage13[1] = 0x66666666;
+    Protocol request;
+    request.dataOffset = 3;
+    request.var = readVar(0, 16, 1);
+    request.dataLen = 3;
+    PLC_driver.protocolList << request;
+    SaveBitToUC(hex("01 01 03 A5"), PLC_driver.bitImage0);
+    PLC_driver.protocolList[0].var.address = 0;
+    PLC_driver.protocolList[0].dataLen = 4;
+    SaveWordToUS(hex("01 03 04 12 34 56"), PLC_driver.wordImage7);
+    PLC_driver.protocolList[0].dataLen = 8;
+    SaveWordToUI(hex("01 03 08 12 34 56 78 9A BC DE"), PLC_driver.dwordImage13);
+    QCOMPARE(image(), QStringLiteral("bit0[2]=a5 bit0[3]=55 bit0[4]=66 word7[0]=1234 word7[1]=5555 "
+                                     "dword13[0]=12345678 dword13[1]=66666666"));
 }
 
 QTEST_APPLESS_MAIN(TstElementAccessWrite)

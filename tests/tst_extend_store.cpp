@@ -51,6 +51,7 @@ private slots:
     void listReplacedByAnEditedCopyIsNoticed();
     void listReplacedByAnEqualCopyIsNoticed();
     void changeFollowedByAReplacementIsNoticed();
+    void recordThatIsFoundHasTheKey_data();
     void recordThatIsFoundHasTheKey();
     void manyKeysKeepTheirIndices();
     void randomChangesFromOutsideNeverMislead();
@@ -273,16 +274,34 @@ void TstExtendStore::changeFollowedByAReplacementIsNoticed()
     QCOMPARE(store(), QStringLiteral("1/7/30=AA BB, 1/7/40=00 00, 1/7/10=00 00"));
 }
 
+void TstExtendStore::recordThatIsFoundHasTheKey_data()
+{
+    QTest::addColumn<int>("station");
+    QTest::addColumn<int>("devType");
+    QTest::addColumn<int>("address");
+    QTest::newRow("another address, above") << 1 << 7 << 99;
+    QTest::newRow("another address, below") << 1 << 7 << 5;
+    QTest::newRow("another code, above") << 1 << 8 << 20;
+    QTest::newRow("another code, below") << 1 << 6 << 20;
+    QTest::newRow("another station, above") << 2 << 7 << 20;
+    QTest::newRow("another station, below") << 0 << 7 << 20;
+}
+
 // Written through a reference that is older than the last look-up, which the list itself cannot tell.
 void TstExtendStore::recordThatIsFoundHasTheKey()
 {
+    QFETCH(int, station);
+    QFETCH(int, devType);
+    QFETCH(int, address);
     DriverFixture driver;
     makeFour();
     EXTENDVAR &record = PLC_driver.extendVarList[1];
     QCOMPARE(ExtendFindSameVar(1, 7, 20), 1);
-    record.address = 99;
+    record.station = station;
+    record.devType = devType;
+    record.address = address;
     QCOMPARE(ExtendFindSameVar(1, 7, 20), 4);
-    QCOMPARE(ExtendFindSameVar(1, 7, 99), 1);
+    QCOMPARE(ExtendFindSameVar(station, devType, address), 1);
 }
 
 void TstExtendStore::manyKeysKeepTheirIndices()
