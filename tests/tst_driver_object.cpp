@@ -1,6 +1,6 @@
 /// The driver object as constructed, its member order, and the words of the records that cross the boundary.
 #include "driver/driver_object.h"
-#include "tests/driver_fixture.h"
+#include "tests/exchange_fixture.h"
 
 #include <cstddef>
 #include <cstring>
@@ -92,6 +92,7 @@ class TstDriverObject : public QObject {
 
 private slots:
     void libraryLoadsWithADriverReadyForUse();
+    void libraryLoadsWithSettingsOfItsOwn();
     void constructionStartsWithEmptyLists();
     void constructionStartsWithoutSettingsOrCallbacks();
     void constructionStartsWithAnEmptyResult();
@@ -124,6 +125,18 @@ void TstDriverObject::libraryLoadsWithADriverReadyForUse()
     QCOMPARE(PLC_driver.servedList, 100);
     QVERIFY(PLC_driver.readList.isEmpty() && PLC_driver.writeList.isEmpty() && PLC_driver.protocolList.isEmpty());
     QCOMPARE(dirtyAreas(), QStringList());
+}
+
+// Second, for the same reason: no retry has been counted, and no pass is finished.
+void TstDriverObject::libraryLoadsWithSettingsOfItsOwn()
+{
+    RW_VAR var = readVar(7, 0, 1, 1);
+    var.panelStation = 0;
+    QCOMPARE(AddListReadVar(&var), 1);
+    QCOMPARE(answerWell(), 1);
+    QCOMPARE(PLC_driver.passCount, 1);
+    QCOMPARE(timeOut(), 41);
+    QCOMPARE(PLC_driver.passCount, 0);
 }
 
 void TstDriverObject::constructionStartsWithEmptyLists()

@@ -187,6 +187,7 @@ void TstHostSetup::stationSwitchChangesOnlyItsStations_data()
     QTest::newRow("mode 7 does nothing") << 3 << 7 << "3=0 7=0";
     QTest::newRow("mode 2 does nothing") << 5 << 2 << "3=0 7=0";
     QTest::newRow("negative mode does nothing") << 3 << -1 << "3=0 7=0";
+    QTest::newRow("negative mode for a station that is on") << 5 << -1 << "3=0 7=0";
     QTest::newRow("broadcast station 0 off") << 0 << 0 << "0=0 3=0 7=0";
     QTest::newRow("negative station, mode 0: all on") << -1 << 0 << "";
     QTest::newRow("negative station, mode 1: all on") << -5 << 1 << "";
