@@ -281,10 +281,10 @@ void TstExtendStore::recordThatIsFoundHasTheKey_data()
     QTest::addColumn<int>("address");
     QTest::newRow("another address, above") << 1 << 7 << 99;
     QTest::newRow("another address, below") << 1 << 7 << 5;
-    QTest::newRow("another code, above") << 1 << 8 << 20;
-    QTest::newRow("another code, below") << 1 << 6 << 20;
-    QTest::newRow("another station, above") << 2 << 7 << 20;
-    QTest::newRow("another station, below") << 0 << 7 << 20;
+    QTest::newRow("another code, above") << 1 << 8 << 10;
+    QTest::newRow("another code, below") << 1 << 6 << 10;
+    QTest::newRow("another station, above") << 2 << 7 << 10;
+    QTest::newRow("another station, below") << 0 << 7 << 10;
 }
 
 // Written through a reference that is older than the last look-up, which the list itself cannot tell.
@@ -295,13 +295,13 @@ void TstExtendStore::recordThatIsFoundHasTheKey()
     QFETCH(int, address);
     DriverFixture driver;
     makeFour();
-    EXTENDVAR &record = PLC_driver.extendVarList[1];
-    QCOMPARE(ExtendFindSameVar(1, 7, 20), 1);
+    EXTENDVAR &record = PLC_driver.extendVarList[0];
+    QCOMPARE(ExtendFindSameVar(1, 7, 10), 0);
     record.station = station;
     record.devType = devType;
     record.address = address;
-    QCOMPARE(ExtendFindSameVar(1, 7, 20), 4);
-    QCOMPARE(ExtendFindSameVar(station, devType, address), 1);
+    QCOMPARE(ExtendFindSameVar(1, 7, 10), 4);
+    QCOMPARE(ExtendFindSameVar(station, devType, address), 0);
 }
 
 void TstExtendStore::manyKeysKeepTheirIndices()

@@ -20,6 +20,7 @@ private slots:
     void keyedReadCreatesMissingRecords();
     void keyedReadOfNothingCreatesNothing();
     void oddPairCountsGiveOneMoreValueInKeyedModeOnly();
+    void severalKeyedValuesFollowEachOther();
     void stationCountsOnlyInKeyedMode();
 };
 
@@ -210,6 +211,20 @@ void TstHostRead::oddPairCountsGiveOneMoreValueInKeyedModeOnly()
     QCOMPARE(toHex(values), QStringLiteral("78 56 34 12 00 00 BC 9A"));
 }
 
+void TstHostRead::severalKeyedValuesFollowEachOther()
+{
+    DriverFixture driver;
+    driver.settings.stationScope = 1;
+    PLC_driver.extendVarList << record(7, 7, 10, "34 12") << record(7, 7, 11, "78 56") << record(7, 7, 12, "BC 9A")
+                             << record(7, 7, 13, "F0 DE") << record(7, 13, 10, "33 44 11 22")
+                             << record(7, 13, 11, "77 88 55 66");
+    QByteArray values;
+    QCOMPARE(readRegister(12, "10", &values, 4), 1);
+    QCOMPARE(toHex(values), QStringLiteral("78 56 34 12 F0 DE BC 9A"));
+    QCOMPARE(readRegister(13, "210", &values, 4), 1);
+    QCOMPARE(toHex(values), QStringLiteral("11 22 33 44 55 66 77 88"));
+}
+
 void TstHostRead::stationCountsOnlyInKeyedMode()
 {
     DriverFixture driver;
@@ -223,6 +238,7 @@ void TstHostRead::stationCountsOnlyInKeyedMode()
     driver.settings.stationScope = 2;
     readRegister(7, "10", &values, 1, 7);
     QCOMPARE(toHex(values), QStringLiteral("77 77"));
+    driver.settings.stationScope = -1;
     readRegister(7, "10", &values, 1, 1);
     QCOMPARE(toHex(values), QStringLiteral("11 11"));
 }

@@ -166,6 +166,9 @@ void TstHostReadBounds::largestKeyedAddressIsSafe()
                              << record(7, 3, INT_MAX - 7, "80") << record(7, 7, 134217727, "00 80")
                              << record(7, 13, INT_MAX - 200, "33 44 11 22");
     checkHostRead();
+    // No address beyond an int comes round to the other end.
+    for (const EXTENDVAR &each : qAsConst(PLC_driver.extendVarList))
+        QVERIFY(each.address >= 0);
 }
 
 void TstHostReadBounds::largestAllowedCountIsRead()

@@ -12,6 +12,7 @@ private slots:
     void fullQueueDropsTheRest();
     void negativeCountsAreSafe_data();
     void negativeCountsAreSafe();
+    void negativeCountsQueueNothing();
     void hugeCountsAreBounded_data();
     void hugeCountsAreBounded();
     void largestBlockHasNoFrame();
@@ -58,6 +59,15 @@ void TstHostWriteBounds::negativeCountsAreSafe()
                 }
             }
         }
+    }
+}
+
+void TstHostWriteBounds::negativeCountsQueueNothing()
+{
+    for (int devType : {3, 7, 12, 13, 15}) {
+        DriverFixture driver;
+        QCOMPARE(writeRegister(devType, devType == 15 ? "0.0" : "200", hex("01 01 01 01"), -1), 0);
+        QCOMPARE(queue(), QString());
     }
 }
 

@@ -175,9 +175,11 @@ def of_call(source, cursor):
 
 
 def of_pair(source, first, second):
-    """Two like calls after each other, in the wrong order."""
+    """Two things appended in the wrong order."""
     one, two = bare(first), bare(second)
-    if one.kind != K.CALL_EXPR or two.kind != K.CALL_EXPR or not one.spelling or one.spelling != two.spelling:
+    if one.kind != K.CALL_EXPR or two.kind != K.CALL_EXPR or one.spelling != two.spelling:
+        return []
+    if not one.spelling.startswith("append"):
         return []
     return [("order", f"{{ {source.of(second)}; {source.of(first)}; }}")]
 
