@@ -54,6 +54,7 @@ private slots:
     void keyedWordBitsAllLandOnTheBitOfTheFirstAddress_data();
     void keyedWordBitsAllLandOnTheBitOfTheFirstAddress();
     void keyedRecordsTooShortForABitAreLeftAlone();
+    void keyedRecordsWithMoreBytesTakeABit();
     void keyedWordsReplaceRecordsOfAnyLength();
     void codesWithoutAnAreaAreIgnored();
     void storageModeIsChosenAtEachWrite();
@@ -157,6 +158,9 @@ void TstMirrorWrite::keyedModeWritesByCode_data()
     mirrorRow("12 with two values", 12, 10, 4, "44 33 22 11 88 77 66 55",
               "7/7/11=44 33, 7/7/10=22 11, 7/7/13=88 77, 7/7/12=66 55");
     mirrorRow("12 short of a byte", 12, 10, 2, "44 33 22", "");
+    mirrorRow("12, second value short of a byte", 12, 10, 4, "44 33 22 11 88 77 66", "7/7/11=44 33, 7/7/10=22 11");
+    mirrorRow("12 with more bytes than its count", 12, 10, 2, "44 33 22 11 88 77 66 55", "7/7/11=44 33, 7/7/10=22 11");
+    mirrorRow("13 with more bytes than its count", 13, 5, 1, "44 33 22 11 88 77 66 55", "7/13/5=22 11 44 33");
     mirrorRow("13, the high word first", 13, 5, 1, words, "7/13/5=22 11 44 33");
     mirrorRow("13, 11 22 33 44 is kept as 33 44 11 22", 13, 5, 1, "11 22 33 44", "7/13/5=33 44 11 22");
     mirrorRow("13 counts values", 13, 5, 2, "44 33 22 11 88 77 66 55", "7/13/5=22 11 44 33, 7/13/6=66 55 88 77");
@@ -206,6 +210,9 @@ void TstMirrorWrite::keyedWordBitIsLeftAloneByValuesOtherThanZeroAndOne_data()
     mirrorRow("2 leaves a set bit", 15, 21, 1, "02", "7/7/1=20 A0, 7/7/2=FF FF");
     mirrorRow("2 leaves a clear bit", 15, 22, 1, "02", "7/7/1=20 A0, 7/7/2=FF FF");
     mirrorRow("FF leaves a clear bit", 15, 22, 1, "FF", "7/7/1=20 A0, 7/7/2=FF FF");
+    mirrorRow("FF leaves a set bit", 15, 21, 1, "FF", "7/7/1=20 A0, 7/7/2=FF FF");
+    mirrorRow("1 sets the first bit of the second byte", 15, 24, 1, "01", "7/7/1=20 A1, 7/7/2=FF FF");
+    mirrorRow("1 sets the last bit of the first byte", 15, 23, 1, "01", "7/7/1=A0 A0, 7/7/2=FF FF");
     mirrorRow("no byte leaves the bit", 15, 21, 1, "", "7/7/1=20 A0, 7/7/2=FF FF");
     mirrorRow("0 clears in the second byte", 15, 31, 1, "00", "7/7/1=20 20, 7/7/2=FF FF");
 }
@@ -246,6 +253,16 @@ void TstMirrorWrite::keyedRecordsTooShortForABitAreLeftAlone()
     WriteDataToLocal(writeVar(15, 21, 1, hex("00"), 7));
     WriteDataToLocal(writeVar(15, 32, 1, hex("01"), 7));
     QCOMPARE(store(), QStringLiteral("7/3/8=, 7/7/1=20, 7/7/2="));
+}
+
+void TstMirrorWrite::keyedRecordsWithMoreBytesTakeABit()
+{
+    DriverFixture driver;
+    driver.settings.stationScope = 1;
+    PLC_driver.extendVarList << record(7, 3, 8, "20 55 66") << record(7, 7, 1, "20 A0 55 66");
+    WriteDataToLocal(writeVar(3, 10, 1, hex("01"), 7));
+    WriteDataToLocal(writeVar(15, 22, 1, hex("01"), 7));
+    QCOMPARE(store(), QStringLiteral("7/3/8=24 55 66, 7/7/1=60 A0 55 66"));
 }
 
 void TstMirrorWrite::keyedWordsReplaceRecordsOfAnyLength()

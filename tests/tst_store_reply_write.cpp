@@ -14,6 +14,7 @@ private slots:
     void withoutAQueuedWriteTheWordGoesBackAsRead();
     void completedFrameIsAsOnTheWire();
     void completionTouchesOnlyFourFrameBytes();
+    void completionGrowsAFrameThatIsTooShort();
     void lastOfSeveralWordsReadCompletesTheKeyedWrite();
     void imageModePatchesWhateverTheSubIndex();
     void keyedModePatchesOnlyWithSubIndexMinusOne();
@@ -44,6 +45,7 @@ void TstStoreReplyWrite::wordReadCompletesTheWriteBehindIt_data()
     row("bit 15 set", "00 00", 175, "01", "80 00", "", "1/7/10=00 00");
     row("bit 15 cleared", "FF FF", 175, "00", "7F FF", "word7[10]=ffff", "1/7/10=FF FF");
     row("2 leaves the word as read", "12 34", 163, "02", "12 34", "word7[10]=1234", "1/7/10=34 12");
+    row("2 leaves a set bit", "12 3C", 163, "02", "12 3C", "word7[10]=123c", "1/7/10=3C 12");
     row("FF leaves the word as read", "12 3C", 163, "FF", "12 3C", "word7[10]=123c", "1/7/10=3C 12");
     row("no value byte leaves the word as read", "12 34", 163, "", "12 34", "word7[10]=1234", "1/7/10=34 12");
     row("only the first value byte counts", "00 00", 163, "00 01", "00 00", "", "1/7/10=00 00");
@@ -117,6 +119,17 @@ void TstStoreReplyWrite::completionTouchesOnlyFourFrameBytes()
         QCOMPARE(toHex(write.var.data), QStringLiteral("01"));
         QCOMPARE(toHex(PLC_driver.protocolList.at(2).frame), QStringLiteral("01 06 00 0A 00 00 A9 C8"));
     }
+}
+
+void TstStoreReplyWrite::completionGrowsAFrameThatIsTooShort()
+{
+    DriverFixture driver;
+    PLC_driver.writeList << writeVar(15, 163, 1, hex("01"));
+    readInFlight(15, 10, 2, 1, -1);
+    writeBehind();
+    PLC_driver.protocolList[1].frame = hex("01 06 00");
+    storeReply(withCrc("01 03 02 12 34"));
+    QCOMPARE(toHex(PLC_driver.protocolList.at(1).frame), toHex(withCrc("01 06 00 00 12 3C")));
 }
 
 void TstStoreReplyWrite::lastOfSeveralWordsReadCompletesTheKeyedWrite()
