@@ -312,6 +312,13 @@ void TstDeviceType::readEntryIsCutAtTheBoundaryOfItsCode_data()
     QTest::newRow("13: element 56") << 13 << 50 << 10 << "13/50/6@1 13/56/4@1";
     QTest::newRow("14 is cut only once it has become 8") << 14 << 250 << 10 << "14/250/10@1";
     QTest::newRow("100: never") << 100 << 250 << 10 << "100/250/10@1";
+    // Not even where addresses end.
+    for (int code : {0, 1, 7, 10, 11, 12, 14, 15, 16, 17, 100, 101, 102, 55})
+        QTest::newRow(qPrintable(QStringLiteral("%1: never, at the largest address").arg(code)))
+            << code << 2147483640 << 16 << QStringLiteral("%1/2147483640/16@1").arg(code);
+    for (int code : {12, 14, 15, 16, 17, 101, 102})
+        QTest::newRow(qPrintable(QStringLiteral("%1: never, across all boundaries").arg(code)))
+            << code << 50 << 3000 << QStringLiteral("%1/50/3000@1").arg(code);
     QTest::newRow("ends at the boundary") << 8 << 250 << 6 << "8/250/6@1";
     QTest::newRow("starts at the boundary") << 8 << 256 << 10 << "8/256/10@1";
 }

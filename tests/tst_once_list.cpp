@@ -208,6 +208,7 @@ private slots:
         QTest::newRow("last word") << 32 << onceVar(7, "2147483647", 5) << "7/2147483647/5@1";
         QTest::newRow("last bit") << 32 << onceVar(2, "2147483647", 3) << "2/2147483640/2@1";
         QTest::newRow("largest count") << INT_MAX << onceVar(8, "255", INT_MAX) << "8/255/1@1 8/256/2147483646@1";
+        QTest::newRow("largest count of pairs") << INT_MAX << onceVar(12, "5", INT_MAX) << "7/5/2147483646@1";
         QTest::newRow("largest count of bits") << INT_MAX << onceVar(2, "5", INT_MAX) << "2/0/256@1 2/2048/268435201@1";
         QTest::newRow("largest count of 13")
             << INT_MAX << onceVar(13, "200", INT_MAX) << "13/0/56@1 13/56/1073741768@1";

@@ -16,6 +16,7 @@ private slots:
     void completionTouchesOnlyFourFrameBytes();
     void completionGrowsAFrameThatIsTooShort();
     void lastOfSeveralWordsReadCompletesTheKeyedWrite();
+    void lastWholeWordReadCompletesTheWrite();
     void imageModePatchesWhateverTheSubIndex();
     void keyedModePatchesOnlyWithSubIndexMinusOne();
     void aLoneReadPatchesNothing();
@@ -143,6 +144,22 @@ void TstStoreReplyWrite::lastOfSeveralWordsReadCompletesTheKeyedWrite()
     QCOMPARE(toHex(PLC_driver.protocolList.at(1).frame), toHex(withCrc("01 06 00 0A 56 78")));
 }
 
+// Replies that end with their data: of the second word, half is missing.
+void TstStoreReplyWrite::lastWholeWordReadCompletesTheWrite()
+{
+    for (int stationScope : {0, 1}) {
+        for (const char *reply : {"01 03 02 12 34", "01 03 04 12 34 56"}) {
+            DriverFixture driver;
+            driver.settings.stationScope = stationScope;
+            PLC_driver.writeList << writeVar(15, 163, 1, hex("01"));
+            readInFlight(15, 10, 4, 1, -1);
+            writeBehind();
+            storeReply(hex(reply));
+            QCOMPARE(toHex(PLC_driver.protocolList.at(1).frame), toHex(withCrc("01 06 00 0A 12 3C")));
+        }
+    }
+}
+
 void TstStoreReplyWrite::imageModePatchesWhateverTheSubIndex()
 {
     DriverFixture driver;
@@ -160,8 +177,11 @@ void TstStoreReplyWrite::keyedModePatchesOnlyWithSubIndexMinusOne()
     PLC_driver.writeList << writeVar(15, 163, 1, hex("01"));
     readInFlight(15, 10, 2, 1, 0);
     writeBehind();
-    storeReply(withCrc("01 03 02 00 00"));
-    QCOMPARE(toHex(PLC_driver.protocolList.at(1).frame), QStringLiteral("01 06 00 0A 00 00 A9 C8"));
+    for (int subIndex : {0, 1, -2}) {
+        PLC_driver.protocolList[0].var.subIndex = subIndex;
+        storeReply(withCrc("01 03 02 00 00"));
+        QCOMPARE(toHex(PLC_driver.protocolList.at(1).frame), QStringLiteral("01 06 00 0A 00 00 A9 C8"));
+    }
 }
 
 void TstStoreReplyWrite::aLoneReadPatchesNothing()
