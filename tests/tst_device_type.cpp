@@ -23,6 +23,8 @@ private slots:
     void cyclicReadCarriesTheBaseTypeAndConvertedCount_data();
     void cyclicReadCarriesTheBaseTypeAndConvertedCount();
     void cyclicGroupsAreReadInTheirFixedOrder();
+    void aliasesShareTheBlocksOfTheirBaseType_data();
+    void aliasesShareTheBlocksOfTheirBaseType();
     void readEntryIsCutAtTheBoundaryOfItsCode_data();
     void readEntryIsCutAtTheBoundaryOfItsCode();
     void writeEntryIsCutOnlyForThreeCodes_data();
@@ -287,6 +289,33 @@ void TstDeviceType::cyclicGroupsAreReadInTheirFixedOrder()
     QCOMPARE(summary(PLC_driver.readList),
              QStringLiteral("0/0/1@1 1/0/1@1 2/0/1@1 3/0/1@1 4/0/1@1 5/0/1@1 6/0/1@1 "
                             "7/0/1@1 8/0/1@1 9/0/1@1 10/0/1@1 13/0/1@1 11/0/1@1 100/0/1@1"));
+}
+
+void TstDeviceType::aliasesShareTheBlocksOfTheirBaseType_data()
+{
+    QTest::addColumn<int>("base");
+    QTest::addColumn<int>("alias");
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("entry");
+    QTest::newRow("12 with 7") << 7 << 12 << QByteArray("11") << "7/10/3@1";
+    QTest::newRow("14 with 8") << 8 << 14 << QByteArray("11") << "8/10/3@1";
+    QTest::newRow("101 with 100") << 100 << 101 << QByteArray("11") << "100/10/3@1";
+    QTest::newRow("15 with 7") << 7 << 15 << QByteArray("11.0") << "7/10/2@1";
+    QTest::newRow("16 with 8") << 8 << 16 << QByteArray("11.0") << "8/10/2@1";
+    QTest::newRow("17 with 11") << 11 << 17 << QByteArray("11.0") << "11/10/2@1";
+    QTest::newRow("102 with 100") << 100 << 102 << QByteArray("11.0") << "100/10/2@1";
+}
+
+void TstDeviceType::aliasesShareTheBlocksOfTheirBaseType()
+{
+    QFETCH(int, base);
+    QFETCH(int, alias);
+    QFETCH(QByteArray, text);
+    QFETCH(QString, entry);
+    DriverFixture driver;
+    QList<VARDESC> descriptions{description(base, "10", 1), description(alias, text.constData(), 1)};
+    ReCreatReadVarList(descriptions);
+    QCOMPARE(summary(PLC_driver.readList), entry);
 }
 
 void TstDeviceType::readEntryIsCutAtTheBoundaryOfItsCode_data()
