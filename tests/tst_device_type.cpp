@@ -117,6 +117,8 @@ void TstDeviceType::addressTextIsReadByTheRulesOfItsCode_data()
     QTest::newRow("fraction fails") << 7 << "1.5" << -1;
     QTest::newRow("13 starts at 200") << 13 << "200" << 0;
     QTest::newRow("13 at 255") << 13 << "255" << 55;
+    QTest::newRow("13 with a leading zero is not octal") << 13 << "0255" << 55;
+    QTest::newRow("13 hexadecimal prefix fails") << 13 << "0x12C" << -1;
     QTest::newRow("13 below 200 is negative, not a failure") << 13 << "150" << -50;
     QTest::newRow("13 at 0") << 13 << "0" << -200;
     QTest::newRow("13 letters fail") << 13 << "abc" << -1;

@@ -267,6 +267,16 @@ private slots:
             QVERIFY(piece.count == 1 && piece.address >= 0);
     }
 
+    // The caller's record goes through all of them, whatever the queue takes.
+    void oneCallMakesAtMostAMillionPieces()
+    {
+        DriverFixture driver;
+        driver.settings.maxBlockLen = 1;
+        RW_VAR var = onceVar(7, "5", INT_MAX);
+        QCOMPARE(AddListOnceReadVar(&var, 0), 1024);
+        QCOMPARE(summary(QList<RW_VAR>{var}), QStringLiteral("7/1048580/1@1"));
+    }
+
     void withoutSettingsEverySettingIsZero()
     {
         DriverFixture driver;

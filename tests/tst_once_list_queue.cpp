@@ -100,9 +100,19 @@ private slots:
         var.varId = 1;
         QTest::newRow("other variable") << var << 2;
         QTest::newRow("other station") << onceVar(7, "5", 4, 0, 2) << 2;
+        QTest::newRow("other station, below") << onceVar(7, "5", 4, 0, 0) << 2;
         QTest::newRow("other code") << onceVar(8, "5", 4) << 2;
+        QTest::newRow("other code, below") << onceVar(-1, "5", 4, 5) << 2;
         QTest::newRow("other address") << onceVar(7, "6", 4) << 2;
+        QTest::newRow("other address, below") << onceVar(7, "4", 4) << 2;
         QTest::newRow("other count") << onceVar(7, "5", 3) << 2;
+        QTest::newRow("other count, above") << onceVar(7, "5", 5) << 2;
+        var = onceVar(7, "5", 4);
+        --var.connectNo;
+        QTest::newRow("other connection, below") << var << 2;
+        var = onceVar(7, "5", 4);
+        --var.varId;
+        QTest::newRow("other variable, below") << var << 2;
         QTest::newRow("another code that becomes the same read") << onceVar(12, "5", 3) << 1;
     }
     void sameReadIsConnectionVariableStationCodeAddressAndCount()
