@@ -179,7 +179,7 @@ void TstHostReadBounds::largestAllowedCountIsRead()
         PLC_driver.bitImage3[65534] = 0x80;
         PLC_driver.extendVarList << record(7, 3, 524272, "80");
         QByteArray values;
-        QCOMPARE(readRegister(3, "0", &values, 1048576), 1);
+        QCOMPARE(readRegister(3, "0", &values, stationScope == 0 ? 1048577 : 1048576), 1);
         QCOMPARE(values.size(), 1048576);
         QCOMPARE(values.count('\1'), 1);
         QCOMPARE(values.indexOf('\1'), 524279);

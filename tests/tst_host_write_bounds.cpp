@@ -10,6 +10,7 @@ class TstHostWriteBounds : public QObject {
 
 private slots:
     void fullQueueDropsTheRest();
+    void fullQueueTakesOnlyNewValuesOfItsEntries();
     void negativeCountsAreSafe_data();
     void negativeCountsAreSafe();
     void negativeCountsQueueNothing();
@@ -27,6 +28,26 @@ void TstHostWriteBounds::fullQueueDropsTheRest()
     QCOMPARE(PLC_driver.writeList.last().address, 1023);
     QCOMPARE(writeRegister(7, "0", hex("34 12"), 1), 1024);
     QCOMPARE(PLC_driver.writeList.last().devType, 3);
+}
+
+// All but the head, which may be on the line.
+void TstHostWriteBounds::fullQueueTakesOnlyNewValuesOfItsEntries()
+{
+    DriverFixture driver;
+    driver.settings.maxBlockLen = 1;
+    QCOMPARE(writeRegister(7, "100", hex("11 11").repeated(1024), 1024), 1024);
+    QCOMPARE(writeRegister(7, "0", hex("22 22").repeated(1200), 1200), 1024);
+    QCOMPARE(PLC_driver.writeList.size(), 1024);
+    for (int i = 0; i < 1024; ++i) {
+        const RW_VAR &var = PLC_driver.writeList.at(i);
+        QCOMPARE(var.address, 100 + i);
+        QCOMPARE(toHex(var.data), i == 0 ? QStringLiteral("11 11") : QStringLiteral("22 22"));
+    }
+    // Of two entries that are equal, the first.
+    PLC_driver.writeList[900] = PLC_driver.writeList.at(40);
+    QCOMPARE(writeRegister(7, "100", hex("33 33").repeated(1024), 1024), 1024);
+    QCOMPARE(toHex(PLC_driver.writeList.at(40).data), QStringLiteral("33 33"));
+    QCOMPARE(toHex(PLC_driver.writeList.at(900).data), QStringLiteral("22 22"));
 }
 
 void TstHostWriteBounds::negativeCountsAreSafe_data()
@@ -108,7 +129,7 @@ void TstHostWriteBounds::largestBlockHasNoFrame()
 {
     DriverFixture driver;
     driver.settings.maxBlockLen = 0;
-    QCOMPARE(writeRegister(7, "0", hex("34 12"), 1048576), 1);
+    QCOMPARE(writeRegister(7, "0", hex("34 12"), 1048577), 1);
     QCOMPARE(summary(PLC_driver.writeList), QStringLiteral("7/0/1048576@1"));
     QCOMPARE(PLC_driver.writeList.first().data.size(), 2097152);
     QVERIFY(ComCommunication() == nullptr);

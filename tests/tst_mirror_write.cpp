@@ -367,6 +367,10 @@ void TstMirrorWrite::hugeCountsAreBounded()
             QVERIFY2(PLC_driver.extendVarList.size() <= 65536, qPrintable(QString::number(devType)));
         }
     }
+    DriverFixture driver;
+    driver.settings.stationScope = 1;
+    WriteDataToLocal(writeVar(15, 1, INT_MAX, hex("01")));
+    QCOMPARE(PLC_driver.extendVarList.size(), 65537);
 }
 
 QTEST_APPLESS_MAIN(TstMirrorWrite)

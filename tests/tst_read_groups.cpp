@@ -242,6 +242,13 @@ private slots:
         QCOMPARE(entry.data, QByteArray());
     }
 
+    void everyScopeButZeroIsPerStation()
+    {
+        DriverFixture driver;
+        for (int scope : {1, 2, -1, INT_MAX, INT_MIN})
+            QCOMPARE(built(driver, scope, 32, {description(8, "10", 2, 3)}), QStringLiteral("8/10/2@3"));
+    }
+
     void eachCallReplacesTheList()
     {
         DriverFixture driver;

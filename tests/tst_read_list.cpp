@@ -94,6 +94,7 @@ private slots:
         QTest::newRow("negative total") << -3 << 32 << 7 << -3 << "7/-3";
         QTest::newRow("smallest total") << INT_MIN << 32 << 7 << INT_MIN << "7/-2147483648";
         QTest::newRow("limit -1") << 5 << -1 << 7 << 5 << "";
+        QTest::newRow("limit -1, above the total") << -5 << -1 << 7 << -5 << "";
         QTest::newRow("limit -2") << 5 << -2 << 7 << 5 << "";
         QTest::newRow("limit -10, longer than the total") << 5 << -10 << 7 << 5 << "";
         QTest::newRow("smallest limit") << 5 << INT_MIN << 7 << 5 << "";
@@ -132,6 +133,29 @@ private slots:
         WhetherGroup(INT_MAX, 1, &entry, &group);
         QVERIFY2(group.size() > 1000 && group.size() <= 1048576, qPrintable(QString::number(group.size())));
         QCOMPARE(group.at(1000).address, 1000);
+    }
+
+    void whetherGroupMakesNoMoreThanThereIsRoomFor_data()
+    {
+        QTest::addColumn<int>("total");
+        QTest::addColumn<int>("room");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("whole, room for one") << 5 << 1 << "7/5";
+        QTest::newRow("whole, no room") << 5 << 0 << "";
+        QTest::newRow("whole, less than none") << 5 << -1 << "";
+        QTest::newRow("three pieces, room for two") << 70 << 2 << "7/32 39/32";
+        QTest::newRow("three pieces, room for three") << 70 << 3 << "7/32 39/32 71/6";
+        QTest::newRow("three pieces, no room") << 70 << 0 << "";
+        QTest::newRow("three pieces, less than none") << 70 << -1 << "";
+    }
+    void whetherGroupMakesNoMoreThanThereIsRoomFor()
+    {
+        QFETCH(int, total);
+        QFETCH(int, room);
+        RW_VAR entry = readVar(8, 7, total);
+        QList<RW_VAR> group;
+        WhetherGroup(total, 32, &entry, &group, room);
+        QTEST(blocks(group), "expected");
     }
 
     void sortIsAscendingAndStable_data()
@@ -182,6 +206,8 @@ private slots:
         QTest::newRow("overlapping") << QList<Block>{{10, 5}, {14, 2}} << 32 << "10/6";
         QTest::newRow("overlapping, span one too long") << QList<Block>{{10, 5}, {14, 2}} << 5 << "10/5 14/2";
         QTest::newRow("inside a block that is too long") << QList<Block>{{10, 200}, {11, 100}} << 32 << "10/200";
+        QTest::newRow("inside a block that has grown") << QList<Block>{{10, 1}, {11, 9}, {12, 1}} << 32 << "10/10";
+        QTest::newRow("a negative count behind a block draws it in") << QList<Block>{{10, 3}, {13, -1}} << 32 << "10/2";
         QTest::newRow("the last block goes on growing")
             << QList<Block>{{0, 1}, {40, 1}, {50, 1}, {71, 1}, {72, 1}} << 32 << "0/1 40/32 72/1";
         QTest::newRow("past the last int") << QList<Block>{{INT_MAX - 7, 5}, {INT_MAX, 5}} << 32 << "2147483640/12";
@@ -218,6 +244,9 @@ private slots:
         QTest::newRow("span counts from the rounded address") << QList<Block>{{5, 1}, {12, 2}} << 13 << "0/1 8/1";
         QTest::newRow("span as long as a block") << QList<Block>{{5, 1}, {12, 2}} << 14 << "0/2";
         QTest::newRow("four bytes counted as bits") << QList<Block>{{0, 4}} << 256 << "0/1";
+        QTest::newRow("inside a block that has grown") << QList<Block>{{16, 1}, {17, 30}, {18, 1}} << 256 << "16/4";
+        QTest::newRow("at the end of a block that has grown")
+            << QList<Block>{{16, 1}, {17, 30}, {40, 8}} << 256 << "16/4";
         QTest::newRow("truncates toward zero") << QList<Block>{{5, -14}} << 256 << "0/0";
         QTest::newRow("negative") << QList<Block>{{5, -20}} << 256 << "0/-1";
         QTest::newRow("past the last int") << QList<Block>{{INT_MAX, 3}} << 256 << "2147483640/2";

@@ -113,10 +113,14 @@ private slots:
         QTest::addColumn<int>("length");
         QTest::newRow("all equal") << 7 << 20 << 1 << 1 << 3;
         QTest::newRow("other station") << 7 << 20 << 1 << 2 << 4;
+        QTest::newRow("other station, below") << 7 << 20 << 1 << 0 << 4;
         QTest::newRow("other code") << 8 << 20 << 1 << 1 << 4;
+        QTest::newRow("other code, below") << 6 << 20 << 1 << 1 << 4;
         QTest::newRow("other code of the same area") << 12 << 20 << 1 << 1 << 4;
         QTest::newRow("other address") << 7 << 21 << 1 << 1 << 4;
+        QTest::newRow("other address, below") << 7 << 19 << 1 << 1 << 4;
         QTest::newRow("other count") << 7 << 20 << 2 << 1 << 4;
+        QTest::newRow("other count, below") << 7 << 20 << 0 << 1 << 4;
     }
     void matchNeedsStationCodeAddressAndCount()
     {
