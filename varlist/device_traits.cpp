@@ -1,8 +1,5 @@
 #include "varlist/device_traits.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace {
 
 constexpr auto Regular = Deviation::Regular;
@@ -43,9 +40,11 @@ const DeviceTraits NoCode = {-1, Kind::None, 0, Text::Decimal, 0, {0, Whole, 0, 
 
 const DeviceTraits &deviceTraits(int devType)
 {
-    const auto row = std::lower_bound(std::begin(Table), std::end(Table), devType,
-                                      [](const DeviceTraits &traits, int code) { return traits.code < code; });
-    return row != std::end(Table) && row->code == devType ? *row : NoCode;
+    for (const DeviceTraits &row : Table) {
+        if (row.code == devType)
+            return row;
+    }
+    return NoCode;
 }
 
 Boundary readBoundary(int devType)
