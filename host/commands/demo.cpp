@@ -8,14 +8,14 @@ namespace {
 
 enum { Baud = 38400, StartMilliseconds = 5000, PassMilliseconds = 10000, LookMilliseconds = 20 };
 
-PanelSettings demoSettings(const QString &port)
+PanelSettings demoSettings(const QString &port, int patience)
 {
     PanelSettings settings;
     settings.line.port = port;
     settings.line.baud = Baud;
     settings.line.parity = Parity::Even;
     settings.line.stopBits = 1;
-    settings.line.replyTimeout = 150;
+    settings.line.replyTimeout = 150 * patience;
     settings.line.lateWindow = 30;
     settings.line.reopenFirst = 100;
     settings.line.reopenMost = 500;
@@ -67,7 +67,7 @@ bool Demo::start()
         return cannotGoOn(QString(), ExitUsage);
     if (!simulator.start(sim, arguments, &error))
         return cannotGoOn(error, ExitUsage);
-    loaded.settings = demoSettings(simulator.portPath());
+    loaded.settings = demoSettings(simulator.portPath(), options.patience);
     QStringList problems;
     tags = parseDemoTags(loaded.settings, &problems);
     if (!problems.isEmpty())
@@ -170,6 +170,7 @@ void Demo::takeEvents(int milliseconds)
 
 bool Demo::waitFor(const QString &what, int milliseconds, const std::function<bool()> &isReached)
 {
+    milliseconds *= options.patience;
     QElapsedTimer waiting;
     waiting.start();
     for (;;) {
@@ -223,6 +224,11 @@ void addDemoCommand(CLI::App &app, CommandContext &context)
     verb->add_option("--live-seconds", options->liveSeconds, "How long to watch the live values")
         ->type_name("SECONDS")
         ->check(CLI::Range(1, 3600))
+        ->capture_default_str();
+    verb->add_option("--patience", options->patience,
+                     "Make the reply time-out and every other limit so many times as long, on a busy machine")
+        ->type_name("FACTOR")
+        ->check(CLI::Range(1, 100))
         ->capture_default_str();
     verb->add_option("--sim", options->simPath, "The simulated PLC; ecsim beside this program when not given")
         ->type_name("PATH");

@@ -14,6 +14,7 @@ struct DemoOptions {
     std::string simPath; ///< Empty = beside this program.
     std::vector<int> stuckCells;
     int liveSeconds = 5;
+    int patience = 1; ///< Every wait and its limit, so many times as long.
 };
 
 /// Coils and registers of one station, all of them.
@@ -58,6 +59,7 @@ private:
     // demo_values.cpp
     bool showPlan();
     bool showLiveValues();
+    bool waitForChanges();
     QStringList liveLines(const PanelSnapshot &snapshot) const;
     int compareAllTags(TextTable *table);
     bool showAllValues();
