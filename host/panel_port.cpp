@@ -19,10 +19,11 @@ void Panel::servePort()
         if (channel.isOpen())
             return;
     }
-    if (const Protocol *const protocol = session.next()) {
-        settleWrites();
+    const Protocol *const protocol = session.next();
+    // Also without a request: the driver may have dropped writes of stations that are switched off.
+    settleWrites();
+    if (protocol)
         serve(*protocol);
-    }
     channel.sleepUntil(qMin(reopenAt, channel.now() + TurnWithoutPort));
 }
 

@@ -24,6 +24,7 @@ private slots:
     void anExceptionFailsTheWriteByName();
     void aNewerWriteLeavesAnOlderAnsweredOneDone();
     void writesFailWhenThePortIsGone();
+    void aWriteDroppedWithoutAPortIsToldAtOnce();
     void everyWriteIsAccountedForUnderFaults();
     void aTagIsPendingUntilItsWriteHasEnded();
     void aThousandWritesThatEndAtOnceAreAllTold();
@@ -284,6 +285,25 @@ void TstPanelLedger::writesFailWhenThePortIsGone()
     QVERIFY(rig.runPass());
     QVERIFY(rig.slave->memory(1)->holdingRegister(0) != 1);
     QCOMPARE(qualityText(rig.value(QStringLiteral("a"))), QStringLiteral("good"));
+}
+
+// Otherwise the write behind it, of another tag, would seem to have taken its place.
+void TstPanelLedger::aWriteDroppedWithoutAPortIsToldAtOnce()
+{
+    PanelRig rig;
+    rig.settings.hasSeveral = true;
+    rig.stations = {2};
+    rig.csv = "a,7,0,1,1,uint16,,,,rw\nb,7,0,2,1,uint16,,,,rw\n";
+    rig.start();
+    QVERIFY(rig.runUntil([&] { return !rig.heard.stations.isEmpty(); }));
+    rig.plcEnd->takePortAway(rig.line->now(), 20000);
+    QVERIFY(rig.runUntil([&] { return !rig.heard.ports.isEmpty(); }));
+    const int dropped = rig.write(QStringLiteral("a"), QStringLiteral("1"));
+    rig.panel->step();
+    QCOMPARE(writeStateName(rig.stateOf(dropped)), QStringLiteral("dropped-station-off"));
+    rig.write(QStringLiteral("b"), QStringLiteral("1"));
+    QVERIFY(rig.runUntil([&] { return rig.heard.writes.size() == 2; }));
+    QCOMPARE(rig.endedStates(), QStringList({QStringLiteral("dropped-station-off"), QStringLiteral("failed")}));
 }
 
 // The sum of all end states is the number of writes, whatever happens on the line.
