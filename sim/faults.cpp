@@ -75,6 +75,13 @@ QByteArray Faults::takeHeldBack()
     return bytes;
 }
 
+QVector<FaultDone> Faults::takeLedger()
+{
+    QVector<FaultDone> taken;
+    taken.swap(done);
+    return taken;
+}
+
 bool Faults::hits(const FaultRule &rule, const SlaveAnswer &answer)
 {
     if (counted < rule.first || (rule.last >= 0 && counted > rule.last))

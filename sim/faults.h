@@ -91,6 +91,8 @@ public:
     int portGoneMilliseconds() const { return goneMilliseconds; }
 
     const QVector<FaultDone> &ledger() const { return done; }
+    /// The same, and forgets it, so that a long run's ledger does not grow.
+    QVector<FaultDone> takeLedger();
     qint64 requests() const { return counted; }
 
 private:

@@ -101,6 +101,7 @@ private slots:
     void otherHalfComesBeforeTheNextReply();
     void halvesInARowAlwaysBringTheOneBefore();
     void joinedInARowMakesPairs();
+    void aLedgerThatIsTakenBeginsAnew();
     void heldBackWaitsThroughADrop();
     void aPortThatVanishesForgetsWhatWasHeldBack();
     void portIsGoneOnlyAfterItsRequest();
@@ -338,6 +339,18 @@ void TstSimFaults::joinedInARowMakesPairs()
         QCOMPARE(toHex(only(faults.outputFor(OtherRead))), QString("01 03 04 12 34 56 78 81 07 02 03 02 00 07 BD 86"));
     }
     QCOMPARE(faults.ledger().size(), 3);
+}
+
+void TstSimFaults::aLedgerThatIsTakenBeginsAnew()
+{
+    Faults faults = faultsOf("drop,last=1");
+    faults.outputFor(Read);
+    QCOMPARE(faults.takeLedger().size(), 1);
+    QVERIFY(faults.ledger().isEmpty());
+    faults.outputFor(Read);
+    const QVector<FaultDone> second = faults.takeLedger();
+    QCOMPARE(second.size(), 1);
+    QCOMPARE(second.first().request, qint64(1));
 }
 
 void TstSimFaults::heldBackWaitsThroughADrop()
