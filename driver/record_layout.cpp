@@ -18,6 +18,11 @@ static_assert(sizeof(int) == Int, "an int is one 32-bit word");
 static_assert(sizeof(QString) == Pointer, "a string is one pointer-sized word");
 static_assert(sizeof(QByteArray) == Pointer, "a byte array is one pointer-sized word");
 
+static_assert(Pointer != 4 || sizeof(RW_VAR) == 60, "60 bytes on a 32-bit target");
+static_assert(Pointer != 4 || sizeof(Protocol) == 92, "92 bytes on a 32-bit target");
+static_assert(Pointer != 4 || sizeof(EXTENDVAR) == 16, "16 bytes on a 32-bit target");
+static_assert(Pointer != 4 || sizeof(VARDESC) == 20, "20 bytes on a 32-bit target");
+
 static_assert(offsetof(RW_VAR, connectNo) == 0, "word 0");
 static_assert(offsetof(RW_VAR, varId) == 1 * Int, "word 1");
 static_assert(offsetof(RW_VAR, rwFlag) == 2 * Int, "word 2");
@@ -61,7 +66,12 @@ static_assert(offsetof(VARDESC, nameText) == 2 * Int + Pointer, "word 3");
 static_assert(offsetof(VARDESC, count) == 2 * Int + 2 * Pointer, "word 4");
 static_assert(sizeof(VARDESC) == padded(3 * Int + 2 * Pointer), "five words");
 
+static_assert(offsetof(COMINFO, hostWord0) == 0, "word 0");
+static_assert(offsetof(COMINFO, hostWord1) == 1 * Int, "word 1");
+static_assert(offsetof(COMINFO, hostWord2) == 2 * Int, "word 2");
+static_assert(offsetof(COMINFO, hostWord3) == 3 * Int, "word 3");
 static_assert(offsetof(COMINFO, maxBlockLen) == 4 * Int, "word 4");
+static_assert(offsetof(COMINFO, hostWord5) == 5 * Int, "word 5");
 static_assert(offsetof(COMINFO, plcStation) == 6 * Int, "word 6");
 static_assert(offsetof(COMINFO, retryLimit) == 7 * Int, "word 7");
 static_assert(offsetof(COMINFO, retryCount) == 8 * Int, "word 8");
