@@ -5,6 +5,7 @@ On a difference it looks for a shorter sequence that still differs, prints it wi
 """
 
 import argparse
+import shlex
 import sys
 import time
 from collections import Counter
@@ -171,6 +172,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument('--shim', required=True, help='the program model_shim')
     parser.add_argument('--library', required=True, help='the built driver')
+    parser.add_argument('--emulator', default='', help='command that runs the shim when it is built for another machine')
     parser.add_argument('--sequences', type=positive, default=200)
     parser.add_argument('--calls', type=positive, default=100, help='calls in a sequence, apart from its set-up')
     parser.add_argument('--seed', type=int, default=1, help='of the first sequence; each has one of its own')
@@ -178,7 +180,7 @@ def main():
                         help='also the edges of every rule, and hostile arguments that the driver must live through')
     parser.add_argument('--no-shrink', action='store_true', help='stop at the first difference and only name it')
     arguments = parser.parse_args()
-    shim = Shim(arguments.shim, arguments.library, SHIM_SECONDS)
+    shim = Shim(arguments.shim, arguments.library, SHIM_SECONDS, shlex.split(arguments.emulator))
     try:
         problem = shim.run(['reset']).problem
     except OSError as error:

@@ -12,8 +12,8 @@ class ShimRun:
 
 
 class Shim:
-    def __init__(self, shim, library, seconds):
-        self.command = [shim, library]
+    def __init__(self, shim, library, seconds, emulator=()):
+        self.command = [*emulator, shim, library]
         self.seconds = seconds
 
     def run(self, commands):

@@ -67,11 +67,15 @@ void noteFail(QList<RW_VAR> &list, int connectNo, int flag)
 std::string keepPointers(Arguments &arguments)
 {
     void *pointers[3];
-    for (void *&pointer : pointers)
-        pointer = reinterpret_cast<void *>(quintptr(arguments.wide()));
+    qint64 beyond[3]; // What a pointer of a 32-bit target has no room for passes by the driver.
+    for (int i = 0; i < 3; ++i) {
+        const qint64 value = arguments.wide();
+        pointers[i] = reinterpret_cast<void *>(quintptr(value));
+        beyond[i] = value - qint64(quintptr(value));
+    }
     plugin->flashLocalRegister(pointers[0], pointers[1], pointers[2]);
     const auto kept = [](const char *name) { return qint64(quintptr(*symbol<void **>(name))); };
-    return numbers(kept("LB"), kept("LW"), kept("RWI"));
+    return numbers(kept("LB") + beyond[0], kept("LW") + beyond[1], kept("RWI") + beyond[2]);
 }
 
 std::string comCommunication(Arguments &)
