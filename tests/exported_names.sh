@@ -46,7 +46,7 @@ fi
 dynamic=$(readelf -d -W "$1")
 needed=$(echo "$dynamic" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
 echo "needs: "$needed
-if echo "$needed" | grep -v -E '^(libQt5Core\.so\.5|libstdc\+\+\.so\.6|libgcc_s\.so\.1|libc\.so\.6|libm\.so\.6|lib(a|ub)san\.so\.[0-9]+)$'; then
+if echo "$needed" | grep -v -E '^(libQt5Core\.so\.5|libstdc\+\+\.so\.6|libgcc_s\.so\.1|libc\.so\.6|libm\.so\.6|ld-linux-armhf\.so\.3|lib(a|ub)san\.so\.[0-9]+)$'; then
   echo "$1 needs more than Qt 5 Core and the C++ runtime"
   exit 1
 fi
