@@ -1,5 +1,5 @@
 # The 32-bit target: Debian's cross compiler, Qt from the sysroot that proof/armhf/sysroot unpacks, and an emulator that
-# runs what is built. The compiler brings its own C and C++ libraries for linking; at run time those of the sysroot serve.
+# runs what is built. The compiler brings its own C and C++ libraries for linking; at run time the sysroot's serve.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
