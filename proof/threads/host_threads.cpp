@@ -35,8 +35,8 @@ const Tag Tags[] = {
     {9, "250", 10, 20, false},   // crosses a gap: goes out as two frames
     {7, "500", 1, 2, false},     // a single register
     {15, "3000.5", 1, 1, false}, // read, changed, written back
-    {3, "5", 3, 3, false},
-    {101, "40", 2, 4, false}, // not stored when read
+    {3, "5", 3, 3, false},       // bits
+    {101, "40", 2, 4, false},    // not stored when read
 };
 enum { FirstWrittenTag = 1, RoomyQueue = 900 };
 
@@ -202,7 +202,7 @@ void writeValues(Stress &stress, Worker &self)
         stress.driver.setRegisterData(QString::fromLatin1("tag"), tag.devType, QString::fromLatin1(tag.addrText),
                                       station, &values, tag.count, 1, choice);
         ++self.calls["SetRegisterData"];
-        // Not changed in place afterwards: Qt reads a reference count relaxed, and a store after that looks like a race.
+        // Not changed in place after this: Qt reads the reference count relaxed, and a store then looks like a race.
         if (self.oneIn(4))
             queueFinishedWrite(stress, self);
         if (self.oneIn(4))

@@ -1,8 +1,8 @@
 /// Every exported function from four threads at once: one runs the cycle, the others read, write and set up. Exit code
 /// 0 only if no block was torn and no unsound frame went out; what ThreadSanitizer finds ends it with its own code.
 ///     stress LIBRARY one|several local|remote CYCLES SEED
-#include "proof/threads/host_threads.h"
 #include "proof/plc_answers.h"
+#include "proof/threads/host_threads.h"
 
 #include <QtCore/QSet>
 
