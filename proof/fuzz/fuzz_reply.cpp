@@ -10,7 +10,7 @@ namespace {
 
 enum {
     LongestReply = 600,
-    MostElements = 20, ///< In most executions: the count decides how long a call takes.
+    MostElements = 12, ///< In most executions: the count decides how long a call takes.
     SeldomElements = 300,
     LongestTouched = 900,    ///< Elements that a reply or a write changes at most.
     ExecutionsPerLook = 5000 ///< At the whole image.
@@ -23,7 +23,7 @@ QVarLengthArray<QPair<int, int>, 8> touched;
 void request(Input &input, Squeezed &squeezed)
 {
     RW_VAR var = input.record(input.byte() & 1);
-    const int elements = input.count(input.oneIn(16) ? int(SeldomElements) : int(MostElements));
+    const int elements = input.count(input.oneIn(64) ? int(SeldomElements) : int(MostElements));
     const QString text = squeezed.text(input.addressText(var.devType));
     const QByteArray values = squeezed.bytes(input.bytes(input.oneIn(8) ? 260 : input.below(9)));
     var.addrText = text;

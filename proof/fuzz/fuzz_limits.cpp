@@ -1,0 +1,9 @@
+// Few calls that ask for as much as there is: nothing takes the machine's time or memory.
+#include "driver/limits.h"
+#include "proof/fuzz/session.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    playSession(data, size, {6, 3 * ElementLimit, 140000});
+    return 0;
+}
