@@ -4,6 +4,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    playSession(data, size, {6, 3 * ElementLimit, 140000});
+    playSession(data, size, {6, ElementLimit * 3 / 2, 140000});
     return 0;
 }
