@@ -3,6 +3,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    playSession(data, size, {64, 3000, 600});
+    playSession(data, size, {64, 400, 600});
     return 0;
 }

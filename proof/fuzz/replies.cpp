@@ -60,7 +60,20 @@ void putHead(QByteArray &reply, const Protocol &request)
 
 Reply makeReply(Input &input, Squeezed &squeezed, const Protocol &request, int longest)
 {
-    enum Kind { Right, Raw, Unsealed, OtherLength, OneShort, Exception, Silence, Missing, AnyLength, Kinds };
+    enum Kind {
+        Right,
+        Raw,
+        Unsealed,
+        OtherLength,
+        OneShort,
+        Exception,
+        Silence,
+        Missing,
+        AnyLength,
+        Cut,
+        Roomy,
+        Kinds
+    };
     const int kind = input.below(2 * Kinds);
     const int wanted = request.replyLen < 0 ? input.below(LongestExcess) : qMin(request.replyLen, longest);
     Reply result;
@@ -97,6 +110,14 @@ Reply makeReply(Input &input, Squeezed &squeezed, const Protocol &request, int l
         reply = filled(input, input.below(LongestExcess));
         seal(reply);
         result.len = input.anyInt() / 2;
+        break;
+    case Cut:   // fewer bytes than are stated
+    case Roomy: // more, in an array that the host uses for every reply
+        reply = filled(input, wanted);
+        putHead(reply, request);
+        seal(reply);
+        reply = kind == Cut ? reply.left(input.below(wanted + 1)) : reply + input.bytes(8);
+        result.len = wanted - reply.size();
         break;
     default:
         reply = filled(input, wanted);
