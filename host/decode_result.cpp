@@ -21,9 +21,9 @@ const ResultBlock Blocks[] = {
 QString resultText(int code, bool isSilent)
 {
     for (const ResultBlock &block : Blocks) {
-        const int connection = code - block.first;
-        if (connection < 0 || connection >= Connections)
+        if (code < block.first || code >= block.first + Connections)
             continue;
+        const int connection = code - block.first;
         // Every connection beyond the block shares its first code.
         return QString::fromLatin1("%1, given up (%2, connection %3%4)")
             .arg(QLatin1String(block.text))

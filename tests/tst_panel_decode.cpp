@@ -5,6 +5,7 @@
 
 #include <QtTest/QtTest>
 
+#include <limits>
 #include <random>
 
 Q_DECLARE_METATYPE(FrameDirection)
@@ -247,6 +248,7 @@ private slots:
         QTest::newRow("142") << 142 << "no remote reply, given up (142, connection 1)";
         QTest::newRow("172") << 172 << "remote reply of a wrong length, given up (172, connection 1)";
         QTest::newRow("200") << 200 << "unknown result (200)";
+        QTest::newRow("the least") << std::numeric_limits<int>::min() << "unknown result (-2147483648)";
     }
 
     void resultCodesHaveWords()
