@@ -443,6 +443,7 @@ void TstPanelSettings::aSyntaxErrorTellsWhatWasExpected_data()
     row("a table twice", "[line]\n[line]\n", "2:1: cannot redefine existing table 'line': expected each name once");
     row("single backslashes", "path = \"C:\\dev\"\n",
         "1:12: unknown escape sequence '\\d': expected two backslashes for one");
+    row("letters that are near no blank", "[va\xCB\x94ns\n", "1:4: [va\xCB\x94ns: expected a line like [table]");
     row("no UTF-8", "[line]\nport = \"\xff\"\n", "2:8: port = \"\xEF\xBF\xBD\": expected UTF-8");
     row("nested without end", "x = " + QByteArray(100000, '['),
         "1:261: exceeded maximum nested value depth of 256: expected a line like key = value");

@@ -306,6 +306,8 @@ void TstSimLiveFile::brokenTextNamesItsLine()
     QVERIFY2(broken.endsWith(QStringLiteral(": expected TOML")), qPrintable(broken));
     const QString twice = problemsOf("[[station]]\nnumber = 1\nnumber = 2\n");
     QVERIFY2(twice.startsWith(QStringLiteral("plc.toml:3: syntax: ")), qPrintable(twice));
+    const QString letter = problemsOf("[va\xCB\x94ns\n");
+    QVERIFY2(letter.startsWith(QStringLiteral("plc.toml:1: syntax: ")), qPrintable(letter));
     const QString binary = problemsOf(QByteArray("\xFF\xFE\x00\x01", 4));
     QVERIFY2(binary.startsWith(QStringLiteral("plc.toml:1: syntax: ")), qPrintable(binary));
 }
