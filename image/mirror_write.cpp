@@ -91,9 +91,9 @@ void mirrorKeyedBitInWord(const RW_VAR &record, int storageCode, int count)
 {
     const int byte = (record.address & 15) / 8;
     for (int i = 0; i < count; ++i) {
-        const int index = findKeyed(record.station, storageCode, (qint64(record.address) + i) / 16);
+        const int index = ExtendFindSameVar(record.station, storageCode, int((qint64(record.address) + i) / 16));
         const bool known = i < record.data.size() && (record.data.at(i) == 0 || record.data.at(i) == 1);
-        if (index >= 0 && known && extendData(index).size() >= 2)
+        if (known && extendData(index).size() >= 2)
             setKeyedBit(index, byte, record.address & 7, record.data.at(i) == 1);
     }
 }
