@@ -42,6 +42,7 @@ private slots:
     void exclusiveOrHasItsKnownValues();
     void exclusiveOrReadsTheFirstByteWhateverTheLength_data();
     void exclusiveOrReadsTheFirstByteWhateverTheLength();
+    void aMissingBufferCountsAsAnEmptyOne();
     void digitBecomesCharacterWithoutARangeCheck_data();
     void digitBecomesCharacterWithoutARangeCheck();
     void characterBecomesDigitWithoutFoldingCase_data();
@@ -175,6 +176,16 @@ void TstChecksum::exclusiveOrReadsTheFirstByteWhateverTheLength()
 {
     QFETCH(int, len);
     QCOMPARE(sumOf(CalXOR, hex("C3 FF FF"), len), 0xC3);
+}
+
+void TstChecksum::aMissingBufferCountsAsAnEmptyOne()
+{
+    for (unsigned short len : {0, 1, 8, 65535}) {
+        QCOMPARE(int(CalCRC(nullptr, len)), 0xFFFF);
+        QCOMPARE(int(CalSUM(nullptr, len)), 0);
+        QCOMPARE(int(CalLRC(nullptr, len)), 256);
+        QCOMPARE(int(CalXOR(nullptr, len)), 0);
+    }
 }
 
 void TstChecksum::digitBecomesCharacterWithoutARangeCheck_data()

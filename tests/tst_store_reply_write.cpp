@@ -12,6 +12,7 @@ private slots:
     void wordReadCompletesTheWriteBehindIt_data();
     void wordReadCompletesTheWriteBehindIt();
     void withoutAQueuedWriteTheWordGoesBackAsRead();
+    void queueEmptiedMeanwhileSendsTheWordBackAsRead();
     void completedFrameIsAsOnTheWire();
     void completionTouchesOnlyFourFrameBytes();
     void completionGrowsAFrameThatIsTooShort();
@@ -86,6 +87,20 @@ void TstStoreReplyWrite::withoutAQueuedWriteTheWordGoesBackAsRead()
         storeReply(withCrc("01 03 02 12 34"));
         QCOMPARE(toHex(PLC_driver.protocolList.at(1).frame), toHex(withCrc("01 06 00 0A 12 34")));
     }
+}
+
+void TstStoreReplyWrite::queueEmptiedMeanwhileSendsTheWordBackAsRead()
+{
+    DriverFixture driver;
+    QByteArray one = hex("01");
+    SetRegisterData(QString(), 15, QStringLiteral("10.3"), 1, &one, 1, 4, 9);
+    QVERIFY(ComCommunication() != nullptr);
+    PLC_driver.writeList.clear();
+    QByteArray word = withCrc("01 03 02 12 34");
+    QCOMPARE(DataCom(&word, 7)->resultCode, 1);
+    const Protocol *const sent = ComCommunication();
+    QVERIFY(sent != nullptr);
+    QCOMPARE(toHex(sent->frame), toHex(withCrc("01 06 00 0A 12 34")));
 }
 
 void TstStoreReplyWrite::completedFrameIsAsOnTheWire()
