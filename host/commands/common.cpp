@@ -20,7 +20,7 @@ int writeTo(int descriptor, const QByteArray &bytes)
         else if (errno != EINTR)
             return errno;
         else if (isInterrupted())
-            return 0; // Whoever should read it does not: the rest is given up, not waited for.
+            return EPIPE; // Whoever should read it does not, and nothing that follows is waited for either.
     }
     return 0;
 }

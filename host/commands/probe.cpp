@@ -4,6 +4,9 @@
 
 #include <QtCore/QJsonArray>
 
+#include <atomic>
+#include <chrono>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -27,7 +30,7 @@ class ProbeListener : public PanelListener {
 public:
     void requestServed(const RW_VAR &, const Transaction &transaction, int) override { last = transaction; }
     void readDone(int, bool) override { isDone = true; }
-    void portChanged(bool isOpen, const QString &) override { isPortLost = isPortLost || !isOpen; }
+    void portChanged(bool isOpen, const QString &) override { isPortLost |= !isOpen; }
 
     Transaction last;
     bool isDone = false;
@@ -39,6 +42,29 @@ bool isAnswer(const Transaction &transaction)
 {
     return transaction.outcome == Outcome::Good || transaction.outcome == Outcome::Exception;
 }
+
+/// Ctrl-C does not wait for a slow time-out.
+class AbortOnInterrupt {
+public:
+    explicit AbortOnInterrupt(Channel &channel)
+        : watcher([this, &channel] {
+              while (!isOver && !isInterrupted())
+                  std::this_thread::sleep_for(std::chrono::milliseconds(5));
+              if (isInterrupted())
+                  channel.abort();
+          })
+    {
+    }
+    ~AbortOnInterrupt()
+    {
+        isOver = true;
+        watcher.join();
+    }
+
+private:
+    std::atomic<bool> isOver{false};
+    std::thread watcher;
+};
 
 class Prober {
 public:
@@ -54,6 +80,7 @@ public:
 
     void probeAll()
     {
+        const AbortOnInterrupt abort(channel);
         for (int station = options.from; station <= options.to && !shouldStop() && !listener.isPortLost; ++station) {
             last = station;
             showProgress(station);
@@ -83,10 +110,11 @@ private:
         listener.isDone = false;
         listener.last = Transaction();
         panel.readCells(ProbedType, QStringLiteral("0"), station, 1);
-        while (!listener.isDone && !listener.isPortLost && !shouldStop())
+        // Without a port it fails at once.
+        while (!listener.isDone)
             panel.step();
         // Garbled bytes are no answer, but worth showing.
-        if (listener.isDone && listener.last.outcome != Outcome::Timeout && listener.last.outcome != Outcome::PortGone)
+        if (listener.last.outcome != Outcome::Timeout && listener.last.outcome != Outcome::PortGone)
             found.append({station, listener.last});
     }
 
@@ -171,7 +199,7 @@ int probe(const ProbeOptions &options, Loaded &loaded)
         return complain(error, ExitPort);
     prober.probeAll();
     printAnswers(prober.answers(), options);
-    if (prober.isPortLost())
+    if (prober.isPortLost() && !isInterrupted())
         return complain(QString::fromLatin1("port %1 went away").arg(loaded.settings.line.port), ExitPort);
     return codeOf(prober.answers());
 }
