@@ -130,7 +130,7 @@ TextTable valueTable(const QList<Tag> &tags, const QVector<TagValue> &values, qi
 {
     TextTable table({QStringLiteral("name"), QStringLiteral(">value"), QStringLiteral("unit"),
                      QStringLiteral("quality"), QStringLiteral(">age")});
-    for (int i = 0; i < tags.size() && i < values.size(); ++i) {
+    for (int i = 0; i < tags.size(); ++i) {
         const Tag &tag = tags.at(i);
         const TagValue &value = values.at(i);
         const QString text = value.bytes.isEmpty() ? QStringLiteral("-") : valueText(tag, value.bytes);

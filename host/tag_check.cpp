@@ -127,8 +127,9 @@ bool TagCheck::checkCount()
 {
     if (!cells.at(Count).isEmpty())
         tag.count = digitsToInt(cells.at(Count), 10);
-    return (tag.count >= 1 && tag.count <= MostValues)
-           || refuse(Count, QStringLiteral("a number from 1 to %1, or nothing for 1").arg(int(MostValues)));
+    if (tag.count < 1 || tag.count > MostValues)
+        return refuse(Count, QStringLiteral("a number from 1 to %1, or nothing for 1").arg(int(MostValues)));
+    return true;
 }
 
 bool TagCheck::checkFormat()
@@ -176,8 +177,9 @@ bool TagCheck::checkScale()
     bool isNumber = text.size() <= 100 && pattern.match(text).hasMatch();
     if (isNumber)
         tag.scale = text.toDouble(&isNumber);
-    return (isNumber && std::isfinite(tag.scale) && tag.scale != 0)
-           || refuse(Scale, QStringLiteral("a number other than 0, as 0.1"));
+    if (!isNumber || !std::isfinite(tag.scale) || tag.scale == 0)
+        return refuse(Scale, QStringLiteral("a number other than 0, as 0.1"));
+    return true;
 }
 
 bool TagCheck::checkUnit()
@@ -197,7 +199,7 @@ bool TagCheck::checkStation()
     if (!settings.hasSeveral) {
         const bool isPlc = text.isEmpty() || tag.station == settings.station;
         tag.station = settings.station;
-        return isPlc || refuse(Station, QStringLiteral("%1, the PLC's, or nothing").arg(settings.station));
+        return isPlc ? true : refuse(Station, QStringLiteral("%1, the PLC's, or nothing").arg(settings.station));
     }
     if (tag.station < 0 || tag.station > 247)
         return refuse(Station, QStringLiteral("a number from 1 to 247, or 0 to write to all"));
@@ -206,7 +208,9 @@ bool TagCheck::checkStation()
     // The word is read before it is written, and nobody answers a broadcast.
     if (type->kind == ElementKind::BitInWord)
         return refuse(Station, QStringLiteral("1 to 247, a bit of a word cannot be written to all"));
-    return type->isWritable || refuse(Station, QStringLiteral("1 to 247, code %1 cannot be written").arg(type->code));
+    if (!type->isWritable)
+        return refuse(Station, QStringLiteral("1 to 247, code %1 cannot be written").arg(type->code));
+    return true;
 }
 
 bool TagCheck::checkRw()
@@ -217,10 +221,11 @@ bool TagCheck::checkRw()
         return refuse(Rw, QStringLiteral("r, w or rw"));
     tag.isReadable = text != QLatin1String("w");
     tag.isWritable = text.isEmpty() ? !isReadOnly : text != QLatin1String("r");
-    if (isReadOnly)
-        return !tag.isWritable || refuse(Rw, QStringLiteral("r, code %1 cannot be written").arg(type->code));
-    return tag.station != 0 || text == QLatin1String("w")
-           || refuse(Rw, QStringLiteral("w, nobody answers what is sent to all"));
+    if (isReadOnly && tag.isWritable)
+        return refuse(Rw, QStringLiteral("r, code %1 cannot be written").arg(type->code));
+    if (!isReadOnly && tag.station == 0 && tag.isReadable)
+        return refuse(Rw, QStringLiteral("w, nobody answers what is sent to all"));
+    return true;
 }
 
 /// All of the tag's elements exist, and the words of each value are neighbours.
@@ -240,8 +245,9 @@ bool TagCheck::checkArea()
         return true;
     const int gap = type->pieces.last().first;
     const bool isCut = tag.element < gap && tag.element + tag.elements > gap && (gap - tag.element) % 2 != 0;
-    return !isCut
-           || refuse(
-               Address,
-               QStringLiteral("no value on both %1 and %2, they are not neighbours in the PLC").arg(gap - 1).arg(gap));
+    if (isCut)
+        return refuse(
+            Address,
+            QStringLiteral("no value on both %1 and %2, they are not neighbours in the PLC").arg(gap - 1).arg(gap));
+    return true;
 }

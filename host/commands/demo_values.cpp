@@ -50,7 +50,7 @@ bool Demo::showPlan()
 QStringList Demo::liveLines(const PanelSnapshot &snapshot) const
 {
     TextTable table({"tag", "station", ">value     ", "unit", "quality", ">changes seen"});
-    for (int tag = 0; tag < tags.size() && tag < snapshot.values.size(); ++tag) {
+    for (int tag = 0; tag < tags.size(); ++tag) {
         if (!demoTags().at(tag).live)
             continue;
         const TagValue &value = snapshot.values.at(tag);

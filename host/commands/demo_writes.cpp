@@ -121,7 +121,7 @@ bool Demo::waitForWrites(const QVector<int> &ids)
 void Demo::showWrites(const QVector<DemoWrite> &writes, const QVector<int> &ids)
 {
     TextTable table({"tag", ">station", "format", ">written", "unit", ">in the PLC now", "ended"});
-    for (int i = 0; i < writes.size() && i < ids.size(); ++i) {
+    for (int i = 0; i < writes.size(); ++i) {
         const DemoWrite &write = writes.at(i);
         const int index = demoIndex(write.tag);
         const Tag &tag = tags.at(index);
@@ -134,7 +134,7 @@ void Demo::showWrites(const QVector<DemoWrite> &writes, const QVector<int> &ids)
                       writeText(tag, ended, true)});
     }
     screen.table(table);
-    for (int i = 0; i < writes.size() && i < ids.size(); ++i) {
+    for (int i = 0; i < writes.size(); ++i) {
         const WriteEntry ended = endedWrites.value(ids.at(i));
         check(ended.state == writes.at(i).state,
               QString::fromLatin1("the write of %1 ended as %2, expected %3")

@@ -15,7 +15,7 @@ bool pollOnce(PanelThread &thread)
 {
     while (!shouldStop() && thread.isRunning())
         for (const PanelEvent &event : thread.takeEvents(20))
-            if (event.kind == PanelEvent::PortChanged && !event.isOn)
+            if (event.kind == PanelEvent::PortChanged)
                 return false;
     return true;
 }
@@ -52,7 +52,7 @@ void printValues(const QList<Tag> &tags, const PanelSnapshot &snapshot, bool asJ
     if (!asJson)
         return print(valueTable(tags, snapshot.values, snapshot.now).text());
     QJsonArray array;
-    for (int i = 0; i < tags.size() && i < snapshot.values.size(); ++i) {
+    for (int i = 0; i < tags.size(); ++i) {
         QJsonObject object = valueObject(tags.at(i), snapshot.values.at(i));
         const qint64 readAt = snapshot.values.at(i).readAt;
         object.insert(QStringLiteral("age_seconds"),

@@ -126,7 +126,7 @@ private:
                          .arg(line.port, line.text(), QLatin1String(snapshot.isPortOpen ? "open" : "LOST"));
         view.subtitle = QTime::currentTime().toString(QStringLiteral("HH:mm:ss"))
                         + QLatin1String("  arrows, PgUp, PgDn scroll, q quits ");
-        for (int i = 0; i < tags.size() && i < snapshot.values.size(); ++i) {
+        for (int i = 0; i < tags.size(); ++i) {
             const TagValue &value = snapshot.values.at(i);
             const QString text = value.bytes.isEmpty() ? QStringLiteral("-") : valueText(tags.at(i), value.bytes);
             view.rows << QStringList{cutTo(TextTable::NameColumns, tags.at(i).name),
