@@ -313,5 +313,61 @@ class OnTheLine(program.Case):
         self.assertEqual(json.loads(out.splitlines()[-1])["event"], "end")
 
 
+# Passes everything on to the simulated PLC and back but one command: at that it ends, or refuses it.
+ODD_PLC = """#!%(python)s -B
+import os, subprocess, sys, threading
+plc = subprocess.Popen(["%(ecsim)s", *sys.argv[1:]], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+
+def pass_on():
+    for line in plc.stdout:
+        print(line, end="", flush=True)
+
+threading.Thread(target=pass_on, daemon=True).start()
+for line in sys.stdin:
+    if line.startswith("%(command)s"):
+        if "%(what)s" == "end":
+            break
+        print("error: no", flush=True)
+    else:
+        plc.stdin.write(line)
+        plc.stdin.flush()
+plc.stdin.close()
+plc.wait()
+os._exit(0)
+"""
+
+
+class Demo(program.Case):
+    def plc(self, name, command, what):
+        self.write_file(name, ODD_PLC % {"python": sys.executable, "ecsim": program.ECSIM, "command": command,
+                                         "what": what})
+        os.chmod(self.path(name), 0o755)
+        return self.path(name)
+
+    def test_one_that_cannot_begin(self):
+        self.write_file("notes.txt", "mine\n")
+        for options, words in ((["--sim", "/bin/true"], "ecpanel: /bin/true did not start: "),
+                               (["--sim", "/nonexistent"], "ecpanel: no simulated PLC at /nonexistent: "),
+                               (["--trace", "notes.txt"], "ecpanel: --trace notes.txt: exists and is no trace: ")):
+            out, err = self.run_panel("demo", "--driver", program.DRIVER, *options, code=2)
+            self.assertEqual(out, "")
+            self.assertTrue(err.startswith(words), err)
+
+    def test_a_plc_that_ends_or_refuses_in_the_middle_is_told(self):
+        # At once, for each takes seconds in which it only waits.
+        running = []
+        for command, what in (("coils 1 0 65536", "end"), ("registers", "end"), ("registers", "refuse"),
+                              ("unplug", "end"), ("plug", "end"), ("vanish", "end"), ("statistics", "refuse")):
+            name = "%s-%s" % (command.split()[0], what)
+            running.append((name, self.start("demo", "--live-seconds", "1", "--driver", program.DRIVER, "--sim",
+                                             self.plc(name, command, what))))
+        for name, process in running:
+            with self.subTest(name=name):
+                out, err = process.communicate(timeout=program.LIMIT)
+                self.assertEqual(process.returncode, 3, out + err)
+                self.assertRegex(err, r"^ecpanel: (the simulated PLC did not carry out|.*/%s has ended: )" % name)
+                self.assertNotIn("checks passed", out)
+
+
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1] + sys.argv[5:])

@@ -251,6 +251,18 @@ class Others(program.Case):
         self.assertEqual(quiet.end(), 0)
         self.assertNotIn(b"answers:", quiet.seen)
 
+    def test_demo_draws_live_values_in_place(self):
+        terminal = Terminal(self, "demo", "--driver", program.DRIVER, "--live-seconds", "60", rows=60, columns=120)
+        terminal.wait(r"^2\. Live values: ")
+        lines = []
+        for _ in range(2):
+            terminal.wait_for(lambda now: now != lines and any(line.startswith("  fill-level ") for line in now),
+                              "live values that change")
+            lines = terminal.lines()
+        self.assertEqual(sum(line.startswith("  fill-level ") for line in lines), 1)
+        heading = next(number for number, line in enumerate(lines) if line.startswith("2. Live values"))
+        self.assertTrue(terminal.screen.buffer[heading][0].bold)
+
     def test_decode_tells_what_to_type(self):
         terminal = Terminal(self, "decode")
         terminal.wait(r"^Type frames in hex, a line each; Ctrl-D ends\.$")
