@@ -265,6 +265,7 @@ void TstPanelCodec::aTextThatDoesNotFitIsRefused_data()
     row("too few", Format::Uint16, 1, 3, "1,2", "1,2: expected 3 values, separated by commas");
     row("too many", Format::Bit, 1, 2, "[1 0 1]", "[1 0 1]: expected 2 values, separated by commas");
     row("an empty one", Format::Uint16, 1, 2, "1,", "(empty): expected a number, 0 to 65535");
+    row("an open bracket", Format::Uint16, 1, 2, "[1,2", "[1: expected a number, 0 to 65535");
     row("control characters", Format::Uint16, 1, 1, "1\n2", "1?2: expected a number, 0 to 65535");
 }
 

@@ -98,6 +98,9 @@ private slots:
              "8 "
              "at 303)",
              "CRC 8C DE is right"});
+        row("request for no register", "01 03 00 64 00 00 04 15",
+            {"request to station 1: read holding registers (03), no registers from 100 (code 7 at 100)",
+             "CRC 04 15 is right"});
         row("read reply", "01 03 04 00 01 AB CD 15 56",
             {"reply of station 1: read holding registers (03), 4 bytes", "value 1 = 1 (0x0001)",
              "value 2 = 43981 (0xABCD)", "CRC 15 56 is right"});

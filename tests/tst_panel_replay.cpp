@@ -270,6 +270,7 @@ private slots:
         row("idle", "idle 0", "idle 0: expected a count, a number from 1 to 2147483647");
         row("station", "station 1 of", "station 1 of: expected \"on\" or \"off\"");
         row("list", "tx 00 1 slow", "tx 00 1 slow: expected \"cyclic\" or \"write\" or \"once\"");
+        row("no station", "stations", "stations: expected \"on\"");
         row("text", "read-once 7 1 1 %0 0 0 = 1", "read-once 7 1 1 %0 0 0 = 1: expected an address, a text");
     }
 
@@ -296,6 +297,17 @@ private slots:
         QTest::newRow("a bad setting") << QByteArray("# ecpanel trace 1\n0.000000 settings maxBlockLen=-1\n")
                                        << "line 2: settings maxBlockLen=-1: expected maxBlockLen= and a number from 0 "
                                           "to 65535";
+        const QByteArray settings = "# ecpanel trace 1\n0.000000 settings maxBlockLen=32 plcStation=1 retryLimit=1 "
+                                    "stationScope=0 remoteMode=0 ownStation=1 writeMode=2 channelNo=7";
+        // A line is shown as far as its hundredth character.
+        QTest::newRow("too large a setting")
+            << QByteArray(settings).replace("=32", "=65536") + '\n'
+            << "line 2: settings maxBlockLen=65536 plcStation=1 retryLimit=1 stationScope=0 remoteMode=0 ownStation=1 "
+               "writeM: expected maxBlockLen= and a number from 0 to 65535";
+        QTest::newRow("one setting more")
+            << settings + " colour=1\n"
+            << "line 2: settings maxBlockLen=32 plcStation=1 retryLimit=1 stationScope=0 remoteMode=0 ownStation=1 "
+               "writeMode: expected no more settings";
         QTest::newRow("behind the end") << golden + "0.024000 idle 1\n"
                                         << "line 26: idle 1: expected nothing behind the "
                                            "end";

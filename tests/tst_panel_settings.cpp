@@ -196,6 +196,15 @@ void TstPanelSettings::aWrongValueIsNamed_data()
     row("baud", with("9600", "12345"), qPrintable("line.toml:3: line.baud: 12345: " + bauds));
     row("baud as text", with("9600", "\"9600\""), qPrintable("line.toml:3: line.baud: \"9600\": " + bauds));
     row("baud with a point", with("9600", "9600.0"), qPrintable("line.toml:3: line.baud: 9600.0: " + bauds));
+    row("baud with a fraction", with("9600", "9600.5"), qPrintable("line.toml:3: line.baud: 9600.5: " + bauds));
+    row("baud below one", with("9600", "0.5"), qPrintable("line.toml:3: line.baud: 0.5: " + bauds));
+    row("baud 0 with a point", with("9600", "0.0"), qPrintable("line.toml:3: line.baud: 0.0: " + bauds));
+    row("baud as a flag", with("9600", "false"), qPrintable("line.toml:3: line.baud: false: " + bauds));
+    row("baud as a table", with("9600", "{ rate = 9600 }"), qPrintable("line.toml:3: line.baud: a table: " + bauds));
+    row("an order that follows from a wrong least", inLine("reopen_first_ms = 0\n"),
+        "line.toml:4: line.reopen_first_ms: 0: expected a whole number from 1 to 3600000");
+    row("an order that follows from a wrong most", inLine("reopen_first_ms = 3600000\nreopen_most_ms = 0\n"),
+        "line.toml:5: line.reopen_most_ms: 0: expected a whole number from 1 to 3600000");
     row("baud beyond an int", with("9600", "4294976896"), qPrintable("line.toml:3: line.baud: 4294976896: " + bauds));
     row("empty port", with("/dev/ttyUSB0", ""),
         "line.toml:2: line.port: \"\": expected the serial port, as \"/dev/ttyUSB0\"");

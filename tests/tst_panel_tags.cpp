@@ -575,7 +575,11 @@ void TstPanelTags::newTagsMakeAFile()
     Tag tag = tagOf("b,12,2,,,,,1e-9,,\n");
     tag.line = 0;
     file.tags << tag;
-    QCOMPARE(file.toCsv(), Header + QByteArray("b,12,2,5,1,uint32,ABCD,1e-09,,rw\n"));
+    Tag quoted = tagOf("c,7,2,,,,,,\"1\"\"\",r\n");
+    quoted.line = 0;
+    file.tags << quoted;
+    QCOMPARE(file.toCsv(),
+             Header + QByteArray("b,12,2,5,1,uint32,ABCD,1e-09,,rw\nc,7,2,5,1,uint16,ABCD,1,\"1\"\"\",r\n"));
 }
 
 void TstPanelTags::aFileThatCannotBeReadIsAProblem()

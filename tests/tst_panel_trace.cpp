@@ -50,7 +50,7 @@ private slots:
     void whatIsNoTextIsRefused()
     {
         QString text = QStringLiteral("kept");
-        for (const char *field : {"", "%", "a%2", "%G0", "%FF", "a%C3"})
+        for (const char *field : {"", "%", "a%2", "%G0", "%0G", "%FF", "a%C3"})
             QVERIFY2(!trace::toText(field, &text), field);
         QCOMPARE(text, QStringLiteral("kept"));
     }
@@ -163,6 +163,15 @@ private slots:
         QStringList problems;
         QCOMPARE(parseTrace(text, QStringLiteral("t"), &problems).size(), lines);
         QCOMPARE(problems, QStringList(problem));
+    }
+
+    void momentsBeforeTheFirstAreNegative()
+    {
+        QStringList problems;
+        const auto lines = parse("# ecpanel trace 1\n-0.000001 idle 3\n-12.500000 end\n", &problems);
+        QVERIFY(problems.isEmpty());
+        QCOMPARE(lines.at(0).moment, qint64(-1));
+        QCOMPARE(lines.at(1).moment, qint64(-12500000));
     }
 
     void aReadersOwnLinesMeanNothing()
