@@ -33,7 +33,32 @@ private slots:
     void aLossCountsMoreThanASupersededPart();
     void manyRepeatsDoNotKeepAWriteWaitingForThePort();
     void anArrayOfSpecialsIsOneWrite();
+    void whatIsNotOpenIsLeftAlone();
+    void recordsOfOthersAreNoWrites();
+    void theFirstLossIsTheOneThatCounts();
+    void aConfirmationThatIsGoneLeavesTheWriteDone();
 };
+
+namespace {
+
+RW_VAR queuedRecord(int connectNo, int id, int count = 1)
+{
+    RW_VAR record;
+    record.connectNo = connectNo;
+    record.varId = id;
+    record.count = count;
+    return record;
+}
+
+QStringList statesOf(const QList<WriteEntry> &entries)
+{
+    QStringList states;
+    for (const WriteEntry &entry : entries)
+        states << QString::fromLatin1("%1 %2").arg(entry.id).arg(writeStateName(entry.state));
+    return states;
+}
+
+} // namespace
 
 void TstPanelLedger::aWriteIsConfirmedByReadingItBack()
 {
@@ -460,6 +485,64 @@ void TstPanelLedger::anArrayOfSpecialsIsOneWrite()
     QCOMPARE(rig.panel->counters().lists[ServedWrite].requests, qint64(1));
     QCOMPARE(rig.shown(QStringLiteral("counts")),
              QLatin1Char('[') + numbers.join(QLatin1Char(' ')) + QStringLiteral("] good"));
+}
+
+void TstPanelLedger::whatIsNotOpenIsLeftAlone()
+{
+    Ledger ledger;
+    ledger.sent(queuedRecord(WriteRecord, 7));
+    ledger.readBack(7, "x");
+    ledger.end(7, WriteState::Done, 5);
+    QCOMPARE(ledger.openEntry(7), nullptr);
+    QVERIFY(ledger.takeEnded().isEmpty());
+    QCOMPARE(ledger.count(WriteState::Done), qint64(0));
+}
+
+void TstPanelLedger::recordsOfOthersAreNoWrites()
+{
+    Ledger ledger;
+    const int id = ledger.begin(0, "x", 0);
+    const RW_VAR others = queuedRecord(ConfirmRecord, id, 9), own = queuedRecord(WriteRecord, id, 2);
+    ledger.queued(id, 2, {others, own}, 0);
+    QCOMPARE(ledger.openEntry(id)->left, 2);
+    ledger.sent(others);
+    QVERIFY(!ledger.openEntry(id)->isSent);
+    ledger.afterAnswer(&others, true, false, Reason::Timeout, 0, {own}, {}, 1);
+    QCOMPARE(ledger.openEntry(id)->left, 2);
+    ledger.afterAnswer(&own, true, false, Reason::Timeout, 0, {}, {}, 2);
+    QCOMPARE(statesOf(ledger.takeEnded()), QStringList{QStringLiteral("1 failed")});
+}
+
+void TstPanelLedger::theFirstLossIsTheOneThatCounts()
+{
+    Ledger ledger;
+    const int id = ledger.begin(0, "x", 0);
+    const RW_VAR record = queuedRecord(WriteRecord, id);
+    // One of three elements found no room, one failed, one was given up with it.
+    ledger.queued(id, 3, {record, record}, 0);
+    ledger.afterAnswer(&record, true, false, Reason::Timeout, 0, {}, {}, 1);
+    const QList<WriteEntry> ended = ledger.takeEnded();
+    QCOMPARE(statesOf(ended), QStringList{QStringLiteral("1 dropped-queue-full")});
+    QVERIFY(ended.first().reason == Reason::None);
+}
+
+void TstPanelLedger::aConfirmationThatIsGoneLeavesTheWriteDone()
+{
+    Ledger ledger;
+    const int first = ledger.begin(0, "x", 0);
+    ledger.queued(first, 1, {queuedRecord(WriteRecord, first)}, 0);
+    const int second = ledger.begin(1, "y", 0);
+    const RW_VAR left = queuedRecord(WriteRecord, second);
+    ledger.queued(second, 1, {queuedRecord(WriteRecord, first), left}, 0);
+    const RW_VAR served = queuedRecord(WriteRecord, first);
+    ledger.afterAnswer(&served, true, true, Reason::None, 0, {left}, {}, 1);
+    QCOMPARE(ledger.takeAnswered(), QList<int>{first});
+    ledger.startConfirming(first);
+    ledger.afterNext({left}, {queuedRecord(ConfirmRecord, first)}, 2);
+    QVERIFY(ledger.takeEnded().isEmpty());
+    ledger.afterNext({left}, {queuedRecord(ConfirmRecord, second)}, 3);
+    QCOMPARE(statesOf(ledger.takeEnded()), QStringList{QStringLiteral("1 done")});
+    QVERIFY(!ledger.hasConfirming());
 }
 
 QTEST_APPLESS_MAIN(TstPanelLedger)

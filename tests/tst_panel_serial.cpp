@@ -113,6 +113,9 @@ private slots:
     void sleepEndsAtItsMoment();
     void wakeEndsASleep();
     void wakeBeforeASleepIsNotLost();
+    void abortEndsAWaitForBytes();
+    void abortEndsASendThatNobodyTakes();
+    void portThatIsOpenAlreadyIsRefused();
     void lineTransactsOverThePort();
     void lineNoticesTheHangUp();
 
@@ -339,6 +342,48 @@ void TstPanelSerial::wakeBeforeASleepIsNotLost()
     const qint64 moment = channel->now() + 20000;
     channel->sleepUntil(moment);
     QVERIFY(channel->now() >= moment);
+}
+
+void TstPanelSerial::abortEndsAWaitForBytes()
+{
+    std::thread other([this] {
+        ::usleep(50000);
+        channel->abort();
+    });
+    const qint64 start = channel->now();
+    const QByteArray bytes = channel->receiveUntil(start + 60 * Second);
+    other.join();
+    QCOMPARE(bytes, QByteArray());
+    QVERIFY(!channel->isOpen());
+    QVERIFY(channel->now() < start + 30 * Second);
+}
+
+void TstPanelSerial::abortEndsASendThatNobodyTakes()
+{
+    std::thread other([this] {
+        ::usleep(50000);
+        channel->abort();
+    });
+    const qint64 start = channel->now();
+    // They take 57 s at this speed.
+    const bool isSent = channel->send(QByteArray(100000, 'x'));
+    other.join();
+    QVERIFY(!isSent);
+    QVERIFY(!channel->isOpen());
+    QVERIFY(channel->now() < start + 30 * Second);
+}
+
+void TstPanelSerial::portThatIsOpenAlreadyIsRefused()
+{
+    SerialChannel second(settingsOf(terminal->path));
+    QVERIFY(!second.open(&error));
+    QCOMPARE(error, QString::fromLatin1("cannot open port %1: another program has it open; expected a serial port that "
+                                        "takes 19200 baud 8N2")
+                        .arg(terminal->path));
+    QVERIFY(!second.isOpen());
+    QVERIFY(channel->isOpen());
+    QVERIFY(channel->send("abc"));
+    QCOMPARE(terminal->receive(3), QByteArray("abc"));
 }
 
 void TstPanelSerial::lineTransactsOverThePort()
