@@ -359,8 +359,8 @@ class Demo(program.Case):
         for command, what in (("coils 1 0 65536", "end"), ("registers", "end"), ("registers", "refuse"),
                               ("unplug", "end"), ("plug", "end"), ("vanish", "end"), ("statistics", "refuse")):
             name = "%s-%s" % (command.split()[0], what)
-            running.append((name, self.start("demo", "--live-seconds", "1", "--driver", program.DRIVER, "--sim",
-                                             self.plc(name, command, what))))
+            running.append((name, self.start("demo", "--patience", "5", "--live-seconds", "1", "--driver",
+                                             program.DRIVER, "--sim", self.plc(name, command, what))))
         for name, process in running:
             with self.subTest(name=name):
                 out, err = process.communicate(timeout=program.LIMIT)

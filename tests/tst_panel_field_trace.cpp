@@ -71,6 +71,8 @@ private slots:
     void tenThousandTransactionsReplayByteForByte_data();
     void tenThousandTransactionsReplayByteForByte();
     void oneChangedByteIsFound();
+    void whatIsDiscardedIsTracedWithItsReason_data();
+    void whatIsDiscardedIsTracedWithItsReason();
 };
 
 void TstPanelFieldTrace::tenThousandTransactionsReplayByteForByte_data()
@@ -112,6 +114,42 @@ void TstPanelFieldTrace::oneChangedByteIsFound()
     QStringList problems;
     const ReplayReport report = replay(parseTrace(damaged, QStringLiteral("line.trace"), &problems), loadedDriver());
     QVERIFY(!report.isSame());
+}
+
+void TstPanelFieldTrace::whatIsDiscardedIsTracedWithItsReason_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<int>("milliseconds");
+    QTest::addColumn<bool>("hasEcho");
+    QTest::addColumn<QByteArray>("words");
+    QTest::newRow("echo") << int(FaultKind::Echo) << 0 << true << QByteArray(" drop echo 010300000001840A\n");
+    QTest::newRow("late") << int(FaultKind::Late) << 120 << false << QByteArray(" drop late 010302");
+    QTest::newRow("foreign") << int(FaultKind::WrongFunction) << 0 << false << QByteArray(" drop foreign 01");
+    QTest::newRow("noise") << int(FaultKind::ExtraBefore) << 0 << false << QByteArray(" drop noise ");
+}
+
+void TstPanelFieldTrace::whatIsDiscardedIsTracedWithItsReason()
+{
+    QFETCH(int, kind);
+    QFETCH(int, milliseconds);
+    QFETCH(bool, hasEcho);
+    QFETCH(QByteArray, words);
+    QTemporaryDir folder;
+    const QString fileName = folder.filePath(QStringLiteral("line.trace"));
+    TraceWriter writer;
+    QString error;
+    QVERIFY2(writer.open(fileName, &error), qPrintable(error));
+    PanelRig rig;
+    rig.trace = &writer;
+    rig.settings.line.hasEcho = hasEcho;
+    rig.csv = "a,7,0,,1,uint16,,,,r\n";
+    rig.start();
+    rig.addFault(FaultKind(kind), milliseconds);
+    rig.runFor(2 * qint64(PanelRig::Second));
+    rig.end();
+    writer.close();
+    const QByteArray text = contentsOf(fileName);
+    QVERIFY2(text.contains(words), text.left(2000).constData());
 }
 
 QTEST_APPLESS_MAIN(TstPanelFieldTrace)

@@ -48,6 +48,8 @@ private slots:
     void aTagThatNoBlockCoversIsFound();
     void oneShotReadsAreTold();
     void anUnansweredOneShotReadSaysSo();
+    void aOneShotReadOfASwitchedOffStationSaysSo();
+    void aTagOverSeveralBlocksIsStaleWhenOneIsOld();
     void aWriteQueuedDuringAFailureDoesNotShow();
     void aTagOfAReturnedStationIsReadAnew();
     void passesAreCounted();
@@ -291,6 +293,40 @@ void TstPanelValues::anUnansweredOneShotReadSaysSo()
     QVERIFY(rig.runUntil([&] { return rig.heard.reads.contains(id); }));
     QCOMPARE(rig.heard.reads.value(id), false);
     QVERIFY(rig.panel->isIdle());
+}
+
+// The driver drops it without a callback.
+void TstPanelValues::aOneShotReadOfASwitchedOffStationSaysSo()
+{
+    PanelRig rig;
+    rig.settings.hasSeveral = true;
+    rig.settings.offAfter = 1;
+    rig.settings.probeFirst = rig.settings.probeMost = 3600000;
+    rig.csv = "a,7,1,1,1,uint16,,,,r\nb,7,1,2,1,uint16,,,,r\n";
+    rig.start();
+    QVERIFY(rig.runUntil([&] { return !rig.heard.stations.isEmpty(); }));
+    QCOMPARE(rig.heard.stations.first().number, 2);
+    QVERIFY(!rig.heard.stations.first().isOn);
+    const int off = rig.panel->readCells(7, QStringLiteral("5"), 2, 1);
+    const int on = rig.panel->readCells(7, QStringLiteral("5"), 1, 1);
+    QVERIFY(rig.runUntil([&] { return rig.heard.reads.size() == 2; }));
+    QCOMPARE(rig.heard.reads.value(off), false);
+    QCOMPARE(rig.heard.reads.value(on), true);
+}
+
+void TstPanelValues::aTagOverSeveralBlocksIsStaleWhenOneIsOld()
+{
+    PanelRig rig;
+    rig.settings.maxBlockLen = 2;
+    rig.settings.staleAfter = 50;
+    rig.csv = "a,7,0,,4,uint16,,,,r\n";
+    rig.start();
+    // Each answer takes longer than a value stays fresh: when the second block is read, the first is too old.
+    rig.addFault(FaultKind::Delay, 60);
+    QVERIFY(rig.runPass());
+    QVERIFY2(rig.shown(QStringLiteral("a")).endsWith(QLatin1String(" uncertain (stale)")),
+             qPrintable(rig.shown(QStringLiteral("a"))));
+    QCOMPARE(rig.heard.values, QList<int>{0});
 }
 
 // The first block has no answer, a write over both blocks is queued and shows in the image, then the repeat is
