@@ -10,6 +10,7 @@ or has an exclusion that fits no branch or one that was taken.
 """
 import collections
 import glob
+import itertools
 import json
 import os
 import re
@@ -72,16 +73,18 @@ def has_code(path):
 
 
 def read_exclusions(path):
-    """Entries with an empty line between: "file: code of the line", "false: condition", and why. Where that line stands
-    in a file more than once, the line above it goes before it: "file: line above / code of the line"."""
+    """Entries with an empty line between: "file: code of the line", outcomes as "false: condition", and why. Where that
+    line stands in a file more than once, the line above it goes before it: "file: line above / code of the line"."""
     exclusions = {}
     with open(path, encoding="utf-8") as file:
         text = "".join(line for line in file if not line.startswith("#"))
     for entry in filter(str.strip, text.split("\n\n")):
-        lines = [line.strip() for line in entry.strip().splitlines()]
-        if len(lines) < 3:
-            sys.exit("coverage: an exclusion is code, outcome and reason, not %s" % lines)
-        exclusions[lines[0], lines[1]] = " ".join(lines[2:])
+        code, *rest = [line.strip() for line in entry.strip().splitlines()]
+        outcomes = list(itertools.takewhile(re.compile("(true|false|taken|no label): ").match, rest))
+        reason = " ".join(rest[len(outcomes):])
+        if not outcomes or not reason:
+            sys.exit("coverage: an exclusion is code, outcomes and a reason, not %s" % entry)
+        exclusions.update({(code, outcome): reason for outcome in outcomes})
     return exclusions
 
 
