@@ -3,24 +3,35 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <cstdlib>
+#include <poll.h>
 #include <thread>
 
 #include <unistd.h>
 
 namespace {
 
-/// Returns the number of the first error; 0 when all was written.
+enum { LookMilliseconds = 50 };
+
+/// Returns the number of the first error; 0 when all was written. Once the program is interrupted, a reader who has
+/// stopped reading is as good as gone.
 int writeTo(int descriptor, const QByteArray &bytes)
 {
     for (int from = 0; from < bytes.size();) {
-        const ssize_t count = ::write(descriptor, bytes.constData() + from, size_t(bytes.size() - from));
-        if (count >= 0)
-            from += int(count);
-        else if (errno != EINTR)
+        // Not left to a write that blocks: an interruption right before it would go unseen.
+        pollfd output{descriptor, POLLOUT, 0};
+        const int ready = ::poll(&output, 1, LookMilliseconds);
+        if (ready == 0 && isInterrupted())
+            return EPIPE;
+        if (ready <= 0)
+            continue;
+        // A pipe that is ready takes that much.
+        const ssize_t count =
+            ::write(descriptor, bytes.constData() + from, qMin<size_t>(bytes.size() - from, PIPE_BUF));
+        if (count < 0)
             return errno;
-        else if (isInterrupted())
-            return EPIPE; // Whoever should read it does not, and nothing that follows is waited for either.
+        from += int(count);
     }
     return 0;
 }
