@@ -3,6 +3,7 @@
 from arithmetic import crc
 from frames import read_request, remote_read_request, remote_write_request, write_request
 from image import store_reply
+from limits import met
 from records import Word
 from state import SERVED_CYCLIC, SERVED_ONCE, SERVED_WRITE
 
@@ -56,6 +57,7 @@ def turn_to_enabled(driver):
         if entries[0].station not in driver.disabled:
             return True
         entries.append(entries.pop(0))
+    met['all stations off'] += 1
     return False
 
 
@@ -113,6 +115,7 @@ def take_reply(driver, reply, length):
         done = driver.setting(Word.frameDone) + 1
         driver.set_setting(Word.frameDone, done)
         if done < driver.setting(Word.frameTotal):
+            met['two frames in a transaction'] += 1
             driver.result.resultCode = code
             return
         if not remote:
@@ -126,6 +129,7 @@ def take_reply(driver, reply, length):
         if retries <= driver.setting(Word.retryLimit):
             driver.result.resultCode = 0
             return
+        met['given up after %d repeats' % (retries - 1)] += 1
         driver.set_setting(Word.retryCount, 0)
         driver.pending.clear()
     finish_request(driver, remote)
@@ -142,6 +146,7 @@ def count_towards_pass(driver):
         if driver.pass_count > len(driver.read_list):
             driver.pass_count = 0
             driver.set_setting(Word.finishFlag, 1)
+            met['pass complete'] += 1
 
 
 def finish_request(driver, remote):

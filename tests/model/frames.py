@@ -3,6 +3,7 @@
 from arithmetic import byte_sum, crc, divide, high_low, with_crc
 from device_types import BITS, PAIRS, SPECIAL, WORD_BITS, WORDS, WRITABLE_BITS, modbus_address
 from image import mirror_write
+from limits import met
 from records import Pending, Word
 
 FRAME_LIMIT = 65535 + 9
@@ -24,6 +25,7 @@ def read_request(driver, var):
             quantity = quantity * 2 & 0xFFFF
         data_len = 2 * quantity
     else:
+        met['no builder for a read'] += 1
         return
     frame = [var.station & 255, function] + high_low(modbus_address(code, var.address)) + high_low(quantity)
     layout = (0, 0, 0) if var.station == 0 else (data_len + 5, 3, data_len)
@@ -54,6 +56,7 @@ def write_request(driver, var):
     elif code in WORD_BITS:
         append_word_bit(driver, var)
     else:
+        met['no builder for a write'] += 1
         return
     start_transaction(driver, 2 if code in WORD_BITS else 1)
     if not driver.failed:

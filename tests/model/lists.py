@@ -3,6 +3,7 @@
 from arithmetic import divide, remainder
 from device_types import (BITS, GROUP_ORDER, PAIRS, READ_BOUNDS, SPECIAL, WORD_BITS, WORDS, WRITE_BOUNDS, base_type,
                           element_address)
+from limits import met
 from records import Var, Word
 
 QUEUE_LIMIT = 1024
@@ -15,6 +16,8 @@ def cut(count, longest):
     whole = divide(count, longest) if longest else 0
     rest = count - whole * longest
     pieces = whole + (1 if rest else 0)
+    if pieces > 1:
+        met['cut by length'] += 1
     return [(i, rest if rest and i == pieces - 1 else longest) for i in range(pieces)]
 
 
@@ -27,6 +30,7 @@ def cut_reads_at_bounds(entries):
         if bound is not None and var.address < bound < end:
             result.append(var.copy(count=(bound - var.address) // per_unit))
             result.append(var.copy(address=bound, count=(end - bound + per_unit - 1) // per_unit))
+            met['read cut at the bound of %d' % var.devType] += 1
         else:
             result.append(var)
     entries[:] = result
@@ -41,6 +45,7 @@ def cut_writes_at_bounds(entries):
             below = bound - var.address
             result.append(var.copy(count=below, data=var.data[:below * size]))
             result.append(var.copy(address=bound, count=end - bound, data=var.data[below * size:]))
+            met['write cut at the bound of %d' % var.devType] += 1
         else:
             result.append(var)
     entries[:] = result
@@ -65,7 +70,9 @@ def described(driver, descriptions, one_station):
     """An entry, as yet in the host's units, for each description with a usable address."""
     for code, station, address_text, name, count in descriptions:
         address = element_address(code, address_text)
-        if address >= 0:
+        if address < 0:
+            met['address refused'] += 1
+        else:
             yield Var(varId=-1, hostWord3=driver.setting(Word.remoteMode), panelStation=driver.setting(Word.ownStation),
                       nameText=name, addrText=address_text, devType=code, address=address, count=count,
                       station=driver.setting(Word.plcStation) if one_station else station)
@@ -135,6 +142,8 @@ def blocks_of_several_stations(driver, descriptions):
             groups.setdefault(key, []).insert(0, var.copy(address=var.address + i * step, count=length))
     blocks = []
     for group in groups.values():
+        if any(var.devType != group[0].devType for var in group):
+            met['several codes under one key'] += 1
         group.sort(key=lambda var: var.address)
         blocks += merge_bits(group, longest * 8) if group[0].devType < 7 else merge_words(group, longest)
     return blocks
@@ -152,7 +161,9 @@ def merge_words(group, longest):
             span = var.address + var.count - last.address
             if span <= longest:
                 last.count = span
+                met['joined, up to maxBlockLen' if span == longest else 'joined'] += 1
                 continue
+            met['not joined, one too long' if span == longest + 1 else 'not joined'] += 1
         merged.append(var.copy())
     return merged
 
@@ -169,7 +180,9 @@ def merge_bits(group, longest):
             span = var.address + var.count - last.address
             if span <= longest:
                 last.count = divide(span + 7, 8)
+                met['bits joined, up to maxBlockLen' if span == longest else 'bits joined'] += 1
                 continue
+            met['bits not joined, one too long' if span == longest + 1 else 'bits not joined'] += 1
         inside = var.address % 8
         merged.append(var.copy(address=var.address - inside, count=divide(inside + var.count + 7, 8)))
     return merged
@@ -183,11 +196,15 @@ def add_write(driver, var, mode):
         return len(queue)
     # Starts at 1: the head may be on the line, so its value must not change under it.
     for queued in queue[1:]:
-        if all(getattr(queued, name) == getattr(var, name) for name in ('station', 'devType', 'address', 'count')):
+        if (queued.address == var.address and queued.devType == var.devType and queued.station == var.station
+                and queued.count == var.count):
             queued.assign(var)
+            met['queued write replaced'] += 1
             return len(queue)
     if len(queue) < QUEUE_LIMIT:
         queue.append(var.copy())
+    else:
+        met['write queue full'] += 1
     return len(queue)
 
 
@@ -209,8 +226,13 @@ def add_once(driver, var, mode):
     start = var.address
     for i, length in cut(var.count, longest):
         var.address, var.count = start + i * step, length
-        if not any(once_key(queued) == once_key(var) for queued in queue) and len(queue) < QUEUE_LIMIT:
+        key = once_key(var)
+        if any(once_key(queued) == key for queued in queue):
+            met['one-shot read queued already'] += 1
+        elif len(queue) < QUEUE_LIMIT:
             queue.append(var.copy())
+        else:
+            met['one-shot queue full'] += 1
     cut_reads_at_bounds(queue)
     return len(queue)
 

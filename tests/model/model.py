@@ -18,6 +18,10 @@ def area_name(code):
     return '%sImage%d' % ('bit' if code < 7 else 'dword' if code == 13 else 'word', code)
 
 
+RECORD = ','.join(['%d'] * Word.number)
+SUMMARY = 'settings=%d:' + RECORD + ':' + RECORD + ' counters=%d,%d,%d,%d,%d lengths=%d,%d,%d,%d,%d,%d,0'
+
+
 class Model:
     def __init__(self):
         self.driver = State()
@@ -34,11 +38,11 @@ class Model:
 
     def summary(self):
         driver = self.driver
-        host, other = (','.join(map(str, record)) for record in driver.records[1:])
-        counters = driver.served, driver.write_streak, driver.once_streak, driver.pass_count, driver.failed
-        lengths = (driver.read_list, driver.write_list, driver.once_list, driver.pending, driver.store, driver.disabled)
-        return 'settings=%d:%s:%s counters=%d,%d,%d,%d,%d lengths=%s,0' % (
-            driver.given, host, other, *counters, ','.join(str(len(entries)) for entries in lengths))
+        return SUMMARY % (
+            driver.given, *driver.records[1], *driver.records[2],
+            driver.served, driver.write_streak, driver.once_streak, driver.pass_count, driver.failed,
+            len(driver.read_list), len(driver.write_list), len(driver.once_list), len(driver.pending),
+            len(driver.store), len(driver.disabled))
 
     def dump(self):
         driver = self.driver

@@ -1,5 +1,6 @@
 // The built library behind commands on standard input, one answer line each, for tests/model/compare.py.
-// The commands and answers are those of model.py; only the library gets dumpSize and reply.
+// The commands and answers are those of model.py; only the library gets dumpSize and reply. With "each", every answer
+// goes out before the next command runs, so that the last one is known when the process does not live through it.
 #include "tests/model/shim_calls.h"
 
 #include <QtCore/QFileInfo>
@@ -103,10 +104,16 @@ std::string answer(const std::string &line)
 
 int main(int argc, char **argv)
 {
-    if (argc != 2)
-        giveUp("usage: model_shim LIBRARY < COMMANDS");
+    const bool each = argc == 3 && argv[2] == std::string("each");
+    if (argc != 2 && !each)
+        giveUp("usage: model_shim LIBRARY [each] < COMMANDS");
+    std::ios::sync_with_stdio(false);
+    std::cin.tie(nullptr);
     libraryPath = QFileInfo(QString::fromLocal8Bit(argv[1])).absoluteFilePath();
     loadAnew();
-    for (std::string line; std::getline(std::cin, line);)
-        std::cout << answer(line) << std::endl;
+    for (std::string line; std::getline(std::cin, line);) {
+        std::cout << answer(line) << '\n';
+        if (each)
+            std::cout.flush();
+    }
 }

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Which one-rule errors in the model does the comparison notice?
 
-Each row makes the model wrong in one place; the driver is the same. Not part of the suite: it takes some minutes.
+Each row makes the model wrong in one place; the driver is the same. The difference is then shrunk, and its test case
+played: it must differ with the wrong model, and must not with the right one.
 """
 
 import argparse
@@ -16,7 +17,7 @@ HERE = Path(__file__).resolve().parent
 # File, what is there, what is put in its place.
 ERRORS = [
     ('lists.py', 'if len(queue) < QUEUE_LIMIT:\n        queue.append', 'if True:\n        queue.append'),
-    ('lists.py', 'and len(queue) < QUEUE_LIMIT:', 'and len(queue) <= QUEUE_LIMIT:'),
+    ('lists.py', 'elif len(queue) < QUEUE_LIMIT:', 'elif len(queue) <= QUEUE_LIMIT:'),
     ('lists.py', 'for queued in queue[1:]:', 'for queued in queue:'),
     ('lists.py', 'if mode == 1 or len(queue) < 2:', 'if mode != 0 or len(queue) < 2:'),
     ('lists.py', 'convert_word_bits(var)\n        elif',
@@ -78,27 +79,45 @@ ERRORS = [
 ]
 
 
-def noticed(row, arguments):
-    """The first line of the comparison with this error, None when it found no difference."""
-    name, right, wrong = row
-    with tempfile.TemporaryDirectory() as directory:
+class Wrong:
+    """The comparison with one error in its model."""
+
+    def __init__(self, row, directory, arguments):
+        self.name, right, wrong = row
+        self.directory = directory
+        self.arguments = arguments
         for source in HERE.glob('*.py'):
             shutil.copy(source, directory)
-        changed = Path(directory, name)
+        changed = Path(directory, self.name)
         text = changed.read_text(encoding='utf-8')
         if right not in text:
-            raise SystemExit('%s has no %r: power.py is behind the model' % (name, right))
+            raise SystemExit('%s has no %r: power.py is behind the model' % (self.name, right))
         changed.write_text(text.replace(right, wrong, 1), encoding='utf-8')
-        ended = subprocess.run([sys.executable, '-B', str(Path(directory, 'compare.py')), '--shim', arguments.shim,
-                                '--library', arguments.library, '--sequences', str(arguments.sequences), '--calls',
-                                str(arguments.calls), '--seed', str(arguments.seed), '--no-shrink'],
+
+    def compare(self, directory, *options):
+        ended = subprocess.run([sys.executable, '-B', str(Path(directory, 'compare.py')), '--shim', self.arguments.shim,
+                                '--library', self.arguments.library, '--calls', str(self.arguments.calls), *options],
                                stdout=subprocess.PIPE, encoding='utf-8', check=False)
-    if ended.returncode == 0:
-        return None
-    lines = ended.stdout.splitlines()
-    if ended.returncode != 1 or not lines or not lines[0].startswith('seed '):
-        raise SystemExit('the comparison did not run with %r: %s' % (row, ended.stdout))
-    return lines[0]
+        if ended.returncode not in (0, 1):
+            raise SystemExit('the comparison did not run with an error in %s: %s' % (self.name, ended.stdout))
+        return ended
+
+    def first_seed(self):
+        """Of the first sequence that differs; None when none does."""
+        ended = self.compare(self.directory, '--sequences', str(self.arguments.sequences), '--seed',
+                             str(self.arguments.seed), '--no-shrink')
+        return ended.stdout.split(':')[0].split(' ')[1] if ended.returncode else None
+
+    def test_case(self, seed):
+        """The number of calls in the shrunk sequence of this seed, when its text shows the error and only that."""
+        said = self.compare(self.directory, '--sequences', '1', '--seed', seed).stdout.split('\n')
+        lines = [line for line in said[:-2] if not line.startswith('seed ')]
+        path = Path(self.directory, 'case.txt')
+        path.write_text('\n'.join(lines), encoding='utf-8')
+        wrong = self.compare(self.directory, '--play', str(path))
+        right = self.compare(HERE, '--play', str(path))
+        shows = wrong.returncode == 1 and right.returncode == 0
+        return sum(not line.startswith('#') for line in lines) if shows else None
 
 
 def main():
@@ -108,14 +127,21 @@ def main():
     parser.add_argument('--sequences', type=int, default=1500)
     parser.add_argument('--calls', type=int, default=100)
     parser.add_argument('--seed', type=int, default=500)
+    parser.add_argument('--sample', type=int, default=len(ERRORS), help='only this many of the errors')
     arguments = parser.parse_args()
-    missed = 0
-    for row in ERRORS:
-        found = noticed(row, arguments)
-        missed += found is None
-        print('%s: %s: %r' % (found or 'NOT NOTICED', row[0], row[1].strip()), flush=True)
-    print('%d of %d errors noticed' % (len(ERRORS) - missed, len(ERRORS)))
-    return 1 if missed else 0
+    rows = ERRORS[::len(ERRORS) // arguments.sample][:arguments.sample]
+    noticed = shown = 0
+    for row in rows:
+        with tempfile.TemporaryDirectory() as directory:
+            wrong = Wrong(row, directory, arguments)
+            seed = wrong.first_seed()
+            calls = wrong.test_case(seed) if seed else None
+        noticed += seed is not None
+        shown += calls is not None
+        print('%s; %s: %s: %r' % ('seed ' + seed if seed else 'NOT NOTICED',
+                                  '%d calls' % calls if calls else 'NO TEST CASE', row[0], row[1].strip()), flush=True)
+    print('power: %d of %d errors noticed, %d shown by a test case' % (noticed, len(rows), shown))
+    return 0 if noticed == shown == len(rows) else 1
 
 
 if __name__ == '__main__':

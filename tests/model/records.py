@@ -1,10 +1,10 @@
 """Records that cross the driver's interface, and the text in which the model and the shim both write them."""
 
+from functools import lru_cache
 from urllib.parse import quote, unquote
 
 FIELDS = ('connectNo', 'varId', 'rwFlag', 'hostWord3', 'panelStation', 'resultCode', 'nameText', 'addrText', 'devType',
           'address', 'station', 'count', 'subIndex', 'hostWord13', 'data')
-TEXTS = ('nameText', 'addrText')
 
 
 class Word:
@@ -28,18 +28,20 @@ class Word:
 
 def hex_text(data):
     """Bytes in hex; '-' for none."""
-    return bytes(data).hex() if data else '-'
+    return data.hex() if data else '-'
 
 
 def bytes_of(text):
     return b'' if text == '-' else bytes.fromhex(text)
 
 
+@lru_cache(maxsize=100000)
 def quoted(text):
     """A text in double quotes, percent-encoded, so that it holds neither blank nor comma."""
     return '"%s"' % quote(text, safe='')
 
 
+@lru_cache(maxsize=100000)
 def unquoted(text):
     return unquote(text[1:-1])
 
@@ -48,36 +50,51 @@ class Var:
     """RW_VAR: one variable or block to read or write. What is not given is 0 or empty."""
     __slots__ = FIELDS
 
-    def __init__(self, **given):
-        for name in FIELDS:
-            setattr(self, name, 0)
-        self.nameText = self.addrText = ''
-        self.data = b''
-        for name, value in given.items():
-            setattr(self, name, value)
+    def __init__(self, connectNo=0, varId=0, rwFlag=0, hostWord3=0, panelStation=0, resultCode=0, nameText='',
+                 addrText='', devType=0, address=0, station=0, count=0, subIndex=0, hostWord13=0, data=b''):
+        self.connectNo = connectNo
+        self.varId = varId
+        self.rwFlag = rwFlag
+        self.hostWord3 = hostWord3
+        self.panelStation = panelStation
+        self.resultCode = resultCode
+        self.nameText = nameText
+        self.addrText = addrText
+        self.devType = devType
+        self.address = address
+        self.station = station
+        self.count = count
+        self.subIndex = subIndex
+        self.hostWord13 = hostWord13
+        self.data = data
+
+    def fields(self):
+        return (self.connectNo, self.varId, self.rwFlag, self.hostWord3, self.panelStation, self.resultCode,
+                self.nameText, self.addrText, self.devType, self.address, self.station, self.count, self.subIndex,
+                self.hostWord13, self.data)
 
     def copy(self, **changes):
-        other = Var.__new__(Var)
-        other.assign(self)
+        other = Var(*self.fields())
         for name, value in changes.items():
             setattr(other, name, value)
         return other
 
     def assign(self, other):
-        for name in FIELDS:
-            setattr(self, name, getattr(other, name))
+        self.__init__(*other.fields())
 
     def text(self):
-        return ','.join((quoted(getattr(self, name)) if name in TEXTS else
-                         hex_text(self.data) if name == 'data' else str(getattr(self, name))) for name in FIELDS)
+        return '%d,%d,%d,%d,%d,%d,%s,%s,%d,%d,%d,%d,%d,%d,%s' % (
+            self.connectNo, self.varId, self.rwFlag, self.hostWord3, self.panelStation, self.resultCode,
+            quoted(self.nameText), quoted(self.addrText), self.devType, self.address, self.station, self.count,
+            self.subIndex, self.hostWord13, hex_text(self.data))
 
     @staticmethod
     def parse(words):
         """The record from its fields as words of a command; None for the word null."""
         if words[0] == 'null':
             return None
-        return Var(**{name: (unquoted(word) if name in TEXTS else bytes_of(word) if name == 'data' else int(word))
-                      for name, word in zip(FIELDS, words)})
+        return Var(*map(int, words[:6]), unquoted(words[6]), unquoted(words[7]), *map(int, words[8:14]),
+                   bytes_of(words[14]))
 
 
 class Pending:

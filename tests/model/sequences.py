@@ -1,13 +1,13 @@
 """Random sequences of calls. The model runs along, so that replies can fit the frame in flight."""
 
-from random import Random
-
-from inputs import Inputs
+from census import Census
+from inputs import Draw, Inputs
 from model import Model
 from records import Word, hex_text, quoted
+from replies import Replies
 
 WEIGHTS = {'request': 24, 'reply': 24, 'cycle': 10, 'recreate': 3, 'add_read': 3, 'add_write': 8, 'add_once': 8,
-           'repeat': 3, 'get': 10, 'set': 12, 'station': 3, 'setting': 3, 'dump': 4, 'address': 2, 'store': 1,
+           'repeat': 3, 'get': 10, 'set': 12, 'station': 3, 'setting': 3, 'dump': 4, 'address': 3, 'store': 1,
            'set_up': .6}
 
 SETTINGS_WHILE_RUNNING = ((Word.stationScope, (0, 1)), (Word.remoteMode, (0, 1)), (Word.ownStation, (0, 1, 3)),
@@ -17,19 +17,21 @@ SETTINGS_WHILE_RUNNING = ((Word.stationScope, (0, 1)), (Word.remoteMode, (0, 1))
 
 
 class Sequence:
-    """Commands, and the model's answers, for one seed."""
+    """Commands, and the model's answers, for one seed. Counts them in a census, if it gets one."""
 
-    def __init__(self, seed, calls):
+    def __init__(self, seed, calls, census=None):
         self.seed = seed
+        self.census = census or Census()
         self.commands = []
         self.answers = []
         self.model = Model()
-        self.random = Random(seed)
+        self.random = Draw(seed)
         self.inputs = Inputs(self.random)
+        self.replies = Replies(self.random)
         self.last = {}
         self.run('reset')
         self.set_up_driver()
-        if self.inputs.chance(.03):
+        if self.inputs.chance(.01):
             self.fill_queue()
         self.draw_calls(len(self.commands) + calls)
         self.run('dump')
@@ -41,6 +43,7 @@ class Sequence:
     def run(self, *words):
         command = ' '.join(map(str, words))
         self.commands.append(command)
+        self.census.call(self.driver, command)
         self.answers.append(self.model.run(command))
 
     def set_word(self, word, choices):
@@ -69,12 +72,17 @@ class Sequence:
         self.run('RegistCallBackFuncIntf', self.random.choice(choices), self.random.choice(choices))
 
     def fill_queue(self):
-        """Brings a queue near its limit."""
+        """Brings a queue near its limit, and tries to put more into it."""
         write = self.inputs.chance(.5)
         own = self.driver.setting(Word.ownStation)
         for i in range(self.random.choice([1020, 1023, 1024, 1025])):
             self.run('AddListWriteVar' if write else 'AddListOnceReadVar', 1, i % 12, i, int(write), 0, own, 0, '""',
                      '""', 7, i, 1, 1, -1, 0, '0500' if write else '-')
+        for _ in range(6):
+            if write:
+                self.add_write()
+            else:
+                self.add_once()
 
     def draw_calls(self, end):
         actions = list(WEIGHTS)
@@ -85,31 +93,40 @@ class Sequence:
     # The actions that WEIGHTS names.
 
     def request(self):
-        self.run('ComCommunication')
+        self.com_communication()
         if self.inputs.chance(.04):
             self.set_word(Word.frameDone, (0, 1, 1, 2))
 
+    def com_communication(self):
+        idle = not self.driver.pending
+        if idle:
+            self.census.turn(self.driver)
+        self.run('ComCommunication')
+        if idle and self.driver.pending:
+            self.census.frame(self.driver, self.driver.pending[0].var)
+
     def reply(self):
-        length, data = self.inputs.reply(self.driver)
-        self.run('DataCom', length, 'null' if self.inputs.chance(.01) else hex_text(data))
+        if not self.driver.pending and self.inputs.chance(.7):
+            self.com_communication()
+        kind, length, data = self.replies.draw(self.driver)
+        self.census.reply(self.driver, kind)
+        self.run('DataCom', length, 'null' if data is None else hex_text(data))
+        self.census.result(self.driver)
 
     def cycle(self):
         for _ in range(self.random.randrange(1, 8)):
-            self.run('ComCommunication')
-            length, data = self.inputs.reply(self.driver)
-            self.run('DataCom', length, hex_text(data))
+            self.com_communication()
+            if self.driver.pending or self.inputs.chance(.1):
+                self.reply()
 
     def recreate(self):
-        rows = []
-        for _ in range(0 if self.inputs.chance(.08) else self.random.randrange(1, 14)):
-            code = self.inputs.code(one_byte=True)
-            rows.append((code, self.inputs.station() & 255, quoted(self.inputs.address_text(code)), self.inputs.name(),
-                         self.inputs.count()))
+        rows = self.inputs.descriptions(self.driver.setting(Word.maxBlockLen))
         self.run('ReCreatReadVarList', len(rows), *(word for row in rows for word in row))
 
     def add_read(self):
         write = self.inputs.chance(.05)
-        self.run('AddListReadVar', 'null' if self.inputs.chance(.02) else self.inputs.var(self.driver, write))
+        var = self.inputs.var(self.driver, write, converted=True)
+        self.run('AddListReadVar', 'null' if self.inputs.chance(.02) else var)
 
     def add_write(self):
         self.add_queued('AddListWriteVar', True)
@@ -121,7 +138,8 @@ class Sequence:
         if self.inputs.chance(.01):
             self.run(name, 0, 'null')
         else:
-            self.run(name, self.random.choice([0, 0, 0, 1, 2, -1]), self.inputs.var(self.driver, write))
+            mode = self.random.choice([0, 0, 0, 1, 2, -1])
+            self.run(name, mode, self.inputs.var(self.driver, write, converted=mode == 1))
         self.last[name] = self.commands[-1]
 
     def repeat(self):

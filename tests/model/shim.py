@@ -17,9 +17,14 @@ class Shim:
         self.seconds = seconds
 
     def run(self, commands):
+        """A run that ends badly is repeated with every answer sent at once: only then is the last one known."""
+        run = self.run_once(commands, [])
+        return self.run_once(commands, ['each']) if run.problem else run
+
+    def run_once(self, commands, options):
         text = ''.join(command + '\n' for command in commands)
         try:
-            ended = subprocess.run(self.command, input=text, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+            ended = subprocess.run(self.command + options, input=text, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                                    timeout=self.seconds, encoding='utf-8', check=False)
         except subprocess.TimeoutExpired as expired:
             answers = (expired.stdout or b'').decode().split('\n')[:-1]

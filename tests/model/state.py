@@ -1,5 +1,6 @@
 """All that the driver remembers."""
 
+from limits import met
 from records import Stored, Var, Word
 
 AREA_ELEMENTS = 65535
@@ -54,6 +55,8 @@ class State:
     def set_element(self, area, index, value):
         if 0 <= index < AREA_ELEMENTS:
             self.areas[area][index] = value
+        else:
+            met['element beyond the area'] += 1
 
     def keyed(self, station, code, address):
         """The first value of the keyed store with this key; a new one at its end when there is none."""
