@@ -76,8 +76,12 @@ class Census:
         side = SIDES[driver.pending[0].var.panelStation != driver.setting(Word.ownStation)]
         self.counts['reply', kind, mode_of(driver), form, side] += 1
 
-    def result(self, driver):
-        self.counts['result', driver.result.resultCode] += 1
+    def result(self, driver, pending):
+        """The result of a reply to a frame, None when there was none."""
+        result = driver.result.resultCode
+        self.counts['result', result] += 1
+        if result == 1 and pending and pending.var.rwFlag == 0 and pending.data_len > 0:
+            self.counts['stored', pending.var.devType, mode_of(driver)] += 1
 
     def take_limits(self):
         for limit, count in met.items():
@@ -95,6 +99,7 @@ class Census:
                 yield from (('frame', code, mode, 'remote', way) for way in ('read', 'write'))
             yield from (('frame', code, mode, 'ordinary', 'write') for code in CODES if code != 0)
             yield from (('frame', code, mode, 'ordinary', 'read') for code in (*range(12), 13, 100))
+            yield from (('stored', code, mode) for code in codes)
             yield from (('maxBlockLen', length, mode, name) for length in BLOCK_LENGTHS for name in BUILDERS)
             yield from (('reply', kind, mode, form, side) for kind in (*sorted(set(BAD_KINDS)), *GOOD_KINDS)
                         for form in FORMATS for side in SIDES)
@@ -125,7 +130,7 @@ class Census:
 
 
 # How many words of a cell, its table's name included, name the row.
-TABLES = {'call': 1, 'code': 2, 'maxBlockLen': 2, 'frame': 2, 'reply': 2, 'result': 1, 'limit': 1}
+TABLES = {'call': 1, 'code': 2, 'maxBlockLen': 2, 'frame': 2, 'reply': 2, 'stored': 2, 'result': 1, 'limit': 1}
 
 
 def sortable(words):

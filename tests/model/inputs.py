@@ -142,10 +142,11 @@ class Inputs:
         return self.any_bytes(length).translate(LIKELY_VALUES)
 
     def var(self, driver, write, converted=False):
-        """A record as words of a command. A converted one is a request as it stands: most codes have a builder."""
+        """A record as words of a command. A converted one is a request as it stands: its code should have a builder."""
         choice = self.random.choice
         code, count = self.code(), self.count()
-        if converted and not write and code in CODES and self.chance(.75):
+        ordinary = driver.setting(Word.remoteMode) == 0
+        if converted and ordinary and not write and code in CODES and self.chance(.9):
             code = base_type(code)
         address = self.address(code) if self.chance(.93) else -choice([1, 2, 5, 8, 9, 16, 17, 300])
         if code in WORD_BITS and self.chance(.8):

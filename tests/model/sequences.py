@@ -6,7 +6,7 @@ from model import Model
 from records import Word, hex_text, quoted
 from replies import Replies
 
-WEIGHTS = {'request': 24, 'reply': 24, 'cycle': 10, 'recreate': 3, 'add_read': 3, 'add_write': 8, 'add_once': 8,
+WEIGHTS = {'request': 24, 'reply': 24, 'cycle': 10, 'recreate': 3, 'add_read': 4, 'add_write': 8, 'add_once': 8,
            'repeat': 3, 'get': 10, 'set': 12, 'station': 3, 'setting': 3, 'dump': 4, 'address': 3, 'store': 1,
            'set_up': .6}
 
@@ -109,9 +109,10 @@ class Sequence:
         if not self.driver.pending and self.inputs.chance(.7):
             self.com_communication()
         kind, length, data = self.replies.draw(self.driver)
+        pending = self.driver.pending[0] if self.driver.pending else None
         self.census.reply(self.driver, kind)
         self.run('DataCom', length, 'null' if data is None else hex_text(data))
-        self.census.result(self.driver)
+        self.census.result(self.driver, pending)
 
     def cycle(self):
         for _ in range(self.random.randrange(1, 8)):
@@ -138,7 +139,7 @@ class Sequence:
         if self.inputs.chance(.01):
             self.run(name, 0, 'null')
         else:
-            mode = self.random.choice([0, 0, 0, 1, 2, -1])
+            mode = self.random.choice([0, 0, 1, 1, 2, -1])
             self.run(name, mode, self.inputs.var(self.driver, write, converted=mode == 1))
         self.last[name] = self.commands[-1]
 
