@@ -104,8 +104,8 @@ class Campaign:
                 self.add(json.loads(path.read_text(encoding='utf-8')))
             else:
                 left.append(piece)
-        print('model: %s; %d pieces to run in %d processes, with %s' % (
-            self.progress(), len(left), self.arguments.jobs, sys.implementation.name), flush=True)
+        print('model: %s; %d pieces to run in %d processes' % (
+            self.progress(), len(left), self.arguments.jobs), flush=True)
         told = time.monotonic()
         with multiprocessing.get_context('fork').Pool(self.arguments.jobs) as pool:
             for result in pool.imap_unordered(self.run_piece, left):

@@ -129,7 +129,8 @@ def main():
     parser.add_argument('--seed', type=int, default=500)
     parser.add_argument('--sample', type=int, default=len(ERRORS), help='only this many of the errors')
     arguments = parser.parse_args()
-    rows = ERRORS[::len(ERRORS) // arguments.sample][:arguments.sample]
+    step = len(ERRORS) // arguments.sample
+    rows = ERRORS[step // 2::step][:arguments.sample]
     noticed = shown = 0
     for row in rows:
         with tempfile.TemporaryDirectory() as directory:
