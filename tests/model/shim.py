@@ -19,7 +19,10 @@ class Shim:
     def run(self, commands):
         """A run that ends badly is repeated with every answer sent at once: only then is the last one known."""
         run = self.run_once(commands, [])
-        return self.run_once(commands, ['each']) if run.problem else run
+        if not run.problem:
+            return run
+        again = self.run_once(commands, ['each'])
+        return again if again.problem else ShimRun(run.answers, '%s, but not when run again' % run.problem)
 
     def run_once(self, commands, options):
         text = ''.join(command + '\n' for command in commands)
