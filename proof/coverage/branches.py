@@ -3,10 +3,10 @@
 
 Usage: branches.py EXPORT.json EXCLUDED.txt SOURCE_DIR CTEST_CODE NAME:PERCENT:ROOM[,ROOM...]...
 
-EXPORT.json is what "llvm-cov export" prints. Each outcome of a condition is a branch, and so is each label of a switch; a
-switch over numbers also has a branch for "none of them". Prints the figures of the rooms and every branch that was never
-taken and is not excluded. Exit code 1 when a group of rooms is below its percentage, has a source file without figures,
-or has an exclusion that fits no branch or one that was taken.
+EXPORT.json is what "llvm-cov export" prints. Each outcome of a condition is a branch, and so is each label of a switch;
+a switch over numbers also has a branch for "none of them". Prints the figures of the rooms and every branch that was
+never taken and is not excluded. Exit code 1 when a group of rooms is below its percentage, has a source file without
+figures, or has an exclusion that fits no branch or one that was taken.
 """
 import collections
 import glob
@@ -23,7 +23,7 @@ Figures = collections.namedtuple("Figures", "lines lines_seen branches excluded 
 
 
 def outcomes_of(conditions):
-    """Place to (was true, was false). A template has conditions for each of its instances: seen in one of them is seen."""
+    """Place to (was true, was false). A template has conditions for each instance: seen in one of them is seen."""
     outcomes = {}
     for line, column, last_line, last_column, true, false, *_ in sorted(conditions):
         place = line, column, last_line, last_column
