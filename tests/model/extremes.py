@@ -2,8 +2,8 @@
 
 from random import Random
 
-from arithmetic import with_crc
-from device_types import WORD_BITS
+from arithmetic import crc, with_crc
+from device_types import WORD_BITS, base_type
 from inputs import CODES, UNKNOWN_CODES
 from records import hex_text, quoted
 from shim import expected_answers
@@ -19,9 +19,16 @@ def made_up_reply(length):
     return 'DataCom %d %s' % (length, hex_text(body + reply) if length >= 2 else '-')
 
 
-def record(write=0, panel=0, code=7, address=0, count=1, sub_index=0, data='-', text=''):
-    return '0 1 %d 0 %d 0 "" %s %d %d 1 %d %d 0 %s' % (
-        write, panel, quoted(text), code, address, count, sub_index, data)
+def one_short_reply(length):
+    """DataCom with a reply whose last byte is missing, which passes because it would be 0."""
+    start = bytes(range(1, length - 2))
+    reply = with_crc(start + bytes([crc(start) & 255]))
+    return 'DataCom %d %s' % (length, hex_text(reply[:-1]))
+
+
+def record(write=0, panel=0, code=7, address=0, count=1, sub_index=0, data='-', text='', station=1):
+    return '0 1 %d 0 %d 0 "" %s %d %d %d %d %d 0 %s' % (
+        write, panel, quoted(text), code, address, station, count, sub_index, data)
 
 
 def read(**fields):
@@ -66,6 +73,27 @@ def remote_replies(several):
                        several=several, remote=1)
         yield sequence(queued, 'ComCommunication', made_up_reply(8), several=several)
         yield sequence(polled, 'ComCommunication', *map(made_up_reply, (8, 11, 17)), several=several)
+
+
+def replies_over_values(several):
+    """Replies short and whole, and acknowledgements, where the image has something to lose."""
+    for code in ALL_CODES:
+        base = base_type(code)
+        # Written locally, which takes one call for an image and one each for the stations of a keyed store.
+        fill = ['word 1 16 1', *('SetRegisterData "" %d "%s" %d %s 8 1 1' % (
+            base, '200' if base == 13 else '0', station, '01' * 32) for station in (0, 1)), 'word 1 16 2']
+        for panel in (0, 3):
+            for count in (-3, -2, -1, 0, 1, 2, 3):
+                polled = read(code=code, count=count, sub_index=-1, panel=panel)
+                for remote in (0, 1):
+                    yield sequence(*fill, polled, 'ComCommunication', *map(made_up_reply, (3, 5, 6, 7, 8, 9, 11)),
+                                   several=several, remote=remote)
+                yield sequence(*fill, polled, 'ComCommunication', *map(one_short_reply, (3, 5, 6, 7, 8, 9, 11)),
+                               several=several, remote=1)
+            for station in (0, 1):
+                queued = write(code=code, count=2, sub_index=-1, panel=panel, data='02030405', station=station)
+                for answer in (made_up_reply(0), made_up_reply(8), one_short_reply(8)):
+                    yield sequence(*fill, queued, 'ComCommunication', answer, several=several, remote=1)
 
 
 def frame_lengths(several):
@@ -135,7 +163,8 @@ def helpers():
 def compared():
     """(label, commands, answers of the model) of every edge."""
     edges = [(edge, (several,)) for several in (0, 1) for edge in (
-        long_replies, remote_replies, frame_lengths, negative_addresses, short_blocks_and_odd_counts)]
+        long_replies, remote_replies, replies_over_values, frame_lengths, negative_addresses,
+        short_blocks_and_odd_counts)]
     for edge, arguments in edges + [(without_settings, ()), (helpers, ())]:
         for number, commands in enumerate(edge(*arguments), 1):
             yield '%s%s, sequence %d' % (edge.__name__, arguments, number), commands, expected_answers(commands)

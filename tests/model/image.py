@@ -105,8 +105,9 @@ def reply_to_areas(driver, reply):
     elif code == SPECIAL:
         for i in range(whole_elements(reply, start, length, 4)):
             driver.set_element(code, first + i, big_endian(reply, start + 4 * i, 4))
-    elif code in WORD_BITS:
-        value = 256 * byte_at(reply, 3) + byte_at(reply, 4)
+    elif code in WORD_BITS and len(reply) >= 5:
+        # At fixed places. A write's acknowledgement can have less: it leaves the word as it is.
+        value = big_endian(reply, 3, 2)
         driver.set_element(base_type(code), first, value)
         complete_word_write(driver, value)
 

@@ -10,7 +10,7 @@ from device_types import base_type, element_address, modbus_address
 from frames import read_request, remote_read_request, remote_write_request, write_request
 from image import mirror_write
 from lists import add_once, add_write, cut_writes_at_bounds, recreate_read_list
-from records import Var, Word
+from records import Pending, Var, Word
 from state import SERVED_WRITE, State
 from values import get_values, set_values
 
@@ -264,6 +264,12 @@ def check_replies():
     pending = next_request(driver)
     take_reply(driver, good_reply(pending), pending.reply_len)
     same("another panel's reply stays out of the image", (driver.result.resultCode, driver.areas[3]), (100, {}))
+
+    driver = driver_with()
+    driver.areas[7] = {0: 4}
+    driver.pending = [Pending(b'', 0, 0, 0, 0, Var(devType=15, panelStation=5, subIndex=-1))]
+    take_reply(driver, b'', 0)
+    same('an empty acknowledgement leaves the word', (driver.result.resultCode, driver.areas[7]), (1, {0: 4}))
 
     driver = driver_with(retryLimit=2)
     driver.read_list = [bits]
