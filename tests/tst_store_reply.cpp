@@ -38,6 +38,7 @@ private slots:
     void imageModeStoresByCode_data();
     void imageModeStoresByCode();
     void pairsComeBackLeastSignificantByteFirst();
+    void replyTooShortForItsWordLeavesTheWordOfABit();
     void wordBitReadIsTakenFromFixedPositionsInImageMode();
     void acknowledgementOfARemoteBitWriteIsStoredAtTheFixedPositions();
     void replyTooShortForTheWordLeavesTheImageAlone();
@@ -114,6 +115,17 @@ void TstStoreReply::pairsComeBackLeastSignificantByteFirst()
     QByteArray values;
     QCOMPARE(GetRegisterData(0, 12, QStringLiteral("100"), 1, &values, 2), 1);
     QCOMPARE(toHex(values), QStringLiteral("78 56 34 12"));
+}
+
+void TstStoreReply::replyTooShortForItsWordLeavesTheWordOfABit()
+{
+    for (const char *reply : {"", "01", "01 03 02 12"}) {
+        DriverFixture driver;
+        PLC_driver.wordImage7[10] = 0x0400;
+        readInFlight(15, 10, 2);
+        storeReply(hex(reply));
+        QCOMPARE(image(), QStringLiteral("word7[10]=0400"));
+    }
 }
 
 void TstStoreReply::wordBitReadIsTakenFromFixedPositionsInImageMode()
