@@ -276,32 +276,37 @@ void TstExtendStore::changeFollowedByAReplacementIsNoticed()
 
 void TstExtendStore::recordThatIsFoundHasTheKey_data()
 {
+    QTest::addColumn<int>("position");
     QTest::addColumn<int>("station");
     QTest::addColumn<int>("devType");
     QTest::addColumn<int>("address");
-    QTest::newRow("another address, above") << 1 << 7 << 99;
-    QTest::newRow("another address, below") << 1 << 7 << 5;
-    QTest::newRow("another code, above") << 1 << 8 << 10;
-    QTest::newRow("another code, below") << 1 << 6 << 10;
-    QTest::newRow("another station, above") << 2 << 7 << 10;
-    QTest::newRow("another station, below") << 0 << 7 << 10;
+    QTest::newRow("another address, above") << 0 << 1 << 7 << 99;
+    QTest::newRow("another address, below") << 0 << 1 << 7 << 5;
+    QTest::newRow("another code, above") << 0 << 1 << 8 << 10;
+    QTest::newRow("another code, below") << 0 << 1 << 6 << 10;
+    QTest::newRow("another station, above") << 0 << 2 << 7 << 10;
+    QTest::newRow("another station, below") << 0 << 0 << 7 << 10;
+    QTest::newRow("a record behind the first") << 1 << 1 << 7 << 99;
+    QTest::newRow("the last record") << 3 << 1 << 7 << 99;
 }
 
 // Written through a reference that is older than the last look-up, which the list itself cannot tell.
 void TstExtendStore::recordThatIsFoundHasTheKey()
 {
+    QFETCH(int, position);
     QFETCH(int, station);
     QFETCH(int, devType);
     QFETCH(int, address);
     DriverFixture driver;
     makeFour();
-    EXTENDVAR &record = PLC_driver.extendVarList[0];
-    QCOMPARE(ExtendFindSameVar(1, 7, 10), 0);
+    EXTENDVAR &record = PLC_driver.extendVarList[position];
+    const int former = record.address;
+    QCOMPARE(ExtendFindSameVar(1, 7, former), position);
     record.station = station;
     record.devType = devType;
     record.address = address;
-    QCOMPARE(ExtendFindSameVar(1, 7, 10), 4);
-    QCOMPARE(ExtendFindSameVar(station, devType, address), 0);
+    QCOMPARE(ExtendFindSameVar(1, 7, former), 4);
+    QCOMPARE(ExtendFindSameVar(station, devType, address), position);
 }
 
 void TstExtendStore::manyKeysKeepTheirIndices()
