@@ -108,11 +108,11 @@ private slots:
         QTest::newRow("other count") << onceVar(7, "5", 3) << 2;
         QTest::newRow("other count, above") << onceVar(7, "5", 5) << 2;
         var = onceVar(7, "5", 4);
-        --var.connectNo;
-        QTest::newRow("other connection, below") << var << 2;
+        ++var.connectNo;
+        QTest::newRow("other connection, above") << var << 2;
         var = onceVar(7, "5", 4);
-        --var.varId;
-        QTest::newRow("other variable, below") << var << 2;
+        ++var.varId;
+        QTest::newRow("other variable, above") << var << 2;
         QTest::newRow("another code that becomes the same read") << onceVar(12, "5", 3) << 1;
     }
     void sameReadIsConnectionVariableStationCodeAddressAndCount()
