@@ -22,6 +22,18 @@ int sumOf(Sum sum, const QByteArray &bytes)
     return sumOf(sum, bytes, bytes.size());
 }
 
+/// Bit by bit, as CRC-16/MODBUS is defined.
+int crcByDefinition(const QByteArray &bytes)
+{
+    unsigned crc = 0xFFFF;
+    for (char byte : bytes) {
+        crc ^= static_cast<unsigned char>(byte);
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc & 1) != 0 ? crc >> 1 ^ 0xA001 : crc >> 1;
+    }
+    return int(crc);
+}
+
 } // namespace
 
 class TstChecksum : public QObject {
@@ -33,6 +45,8 @@ private slots:
     void crcIsSentLowByteFirst();
     void crcSealsItsOwnFrameToZero();
     void crcReadsOnlyTheStatedLength();
+    void crcIsThatOfItsDefinitionAtEveryLength();
+    void crcTakesEveryByteAtEveryPlace();
     void byteSumIsTakenModulo65536_data();
     void byteSumIsTakenModulo65536();
     void byteSumReadsOnlyTheStatedLength();
@@ -93,6 +107,28 @@ void TstChecksum::crcReadsOnlyTheStatedLength()
 {
     QCOMPARE(sumOf(CalCRC, hex("01 03 00 00 00 01 AA BB CC"), 6), 0x0A84);
     QCOMPARE(sumOf(CalCRC, hex("01 03 00"), 0), 0xFFFF);
+}
+
+void TstChecksum::crcIsThatOfItsDefinitionAtEveryLength()
+{
+    QByteArray bytes;
+    for (int i = 0; i < 700; ++i)
+        bytes += static_cast<char>(i * 151 + i / 7);
+    for (int length = 0; length <= 600; ++length) {
+        for (int first = 0; first < 17; ++first)
+            QCOMPARE(sumOf(CalCRC, bytes.mid(first, length)), crcByDefinition(bytes.mid(first, length)));
+    }
+}
+
+void TstChecksum::crcTakesEveryByteAtEveryPlace()
+{
+    for (int place = 0; place < 40; ++place) {
+        for (int value = 0; value < 256; ++value) {
+            QByteArray bytes("0123456789abcdefghijklmnopqrstuvwxyzABCD");
+            bytes[place] = static_cast<char>(value);
+            QCOMPARE(sumOf(CalCRC, bytes), crcByDefinition(bytes));
+        }
+    }
 }
 
 void TstChecksum::byteSumIsTakenModulo65536_data()
