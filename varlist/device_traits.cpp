@@ -6,9 +6,11 @@ constexpr auto Regular = Deviation::Regular;
 constexpr auto ReadOnly = Deviation::ReadOnly;
 constexpr auto NotStored = Deviation::NotStored;
 
+} // namespace
+
 // The aliases (12, 14 to 17, 101, 102) are never cut themselves: for reading they have become their base type before.
 // clang-format off
-const DeviceTraits Table[] = {
+const DeviceTraits DeviceTable[] = {
     // code, kind, base, text, group, map {low, bound, high, scale}, read split, write split, deviation
     {  0, Kind::Bit,         0, Text::Octal,       0, { 1200, Whole,  1200, 1}, Split::None,  Split::None,   ReadOnly},
     {  1, Kind::Bit,         1, Text::Octal,       1, {    0, Whole,     0, 1}, Split::None,  Split::None,   Regular},
@@ -31,21 +33,10 @@ const DeviceTraits Table[] = {
     {100, Kind::Word,      100, Text::Decimal,    13, {13000, Whole, 13000, 1}, Split::None,  Split::None,   Regular},
     {101, Kind::Pair,      100, Text::Decimal,    13, {13000, Whole, 13000, 1}, Split::None,  Split::None,   NotStored},
     {102, Kind::BitInWord, 100, Text::WordDotBit, 13, {13000, Whole, 13000, 1}, Split::None,  Split::None,   Regular},
+    { -1, Kind::None,        0, Text::Decimal,     0, {    0, Whole,     0, 0}, Split::None,  Split::None,   Regular},
 };
 // clang-format on
-
-const DeviceTraits NoCode = {-1, Kind::None, 0, Text::Decimal, 0, {0, Whole, 0, 0}, Split::None, Split::None, Regular};
-
-} // namespace
-
-const DeviceTraits &deviceTraits(int devType)
-{
-    for (const DeviceTraits &row : Table) {
-        if (row.code == devType)
-            return row;
-    }
-    return NoCode;
-}
+static_assert(sizeof DeviceTable / sizeof DeviceTable[0] == DeviceRows, "a row for each code, and one for all others");
 
 Boundary readBoundary(int devType)
 {

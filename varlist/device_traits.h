@@ -49,8 +49,16 @@ struct DeviceTraits {
 /// Number of read groups; the first BitGroups of them hold bit entries.
 enum { ReadGroups = 14, BitGroups = 7 };
 
+/// Codes 0..17 lie in their places, 100..102 behind them, then the row for a number that is no code.
+enum { LowRows = 18, HighCodes = 100, NoCodeRow = LowRows + 3, DeviceRows };
+extern const DeviceTraits DeviceTable[];
+
 /// The row of a code; a row of kind None, base type 0, for a number that is no code.
-const DeviceTraits &deviceTraits(int devType);
+inline const DeviceTraits &deviceTraits(int devType)
+{
+    const int row = devType < LowRows ? devType : devType - HighCodes + LowRows;
+    return DeviceTable[row >= 0 && row < NoCodeRow && DeviceTable[row].code == devType ? row : int(NoCodeRow)];
+}
 
 /// Where a block of a code is cut in two.
 struct Boundary {
