@@ -3,6 +3,7 @@
 #include "driver/limits.h"
 #include "driver/reply.h"
 #include "driver/settings.h"
+#include "frames/pending.h"
 
 #include <QtCore/QMutexLocker>
 
@@ -49,7 +50,7 @@ void countTowardsPass()
 bool acceptReply(bool remote)
 {
     PLC_driver.failFlag = false;
-    PLC_driver.protocolList.removeFirst();
+    removeAnswered();
     const qint64 done = qint64(setting(&COMINFO::frameDone)) + 1;
     setSetting(&COMINFO::frameDone, clampToInt(done));
     if (done < setting(&COMINFO::frameTotal))

@@ -1,7 +1,7 @@
 /// The host's settings record, read and written a word at a time from any thread.
 #pragma once
 
-#include "driver/records.h"
+#include "driver/driver_object.h"
 
 /// The plain words that records fix cannot be std::atomic, so single words shared between threads go through these.
 template <class Word>
@@ -16,9 +16,27 @@ void storeWord(Word &word, Word value)
     __atomic_store_n(&word, value, __ATOMIC_RELEASE);
 }
 
-/// One word of the settings. While the host has given no record, its settings read as 0 and the driver's own progress
-/// words live in a stand-in that starts at 0.
-int setting(int COMINFO::*word);
-void setSetting(int COMINFO::*word, int value);
+/// The settings while the host has given no record: they read as 0, and the driver keeps its own progress words here.
+extern COMINFO standInSettings;
+
+inline int &settingWord(int COMINFO::*word)
+{
+    COMINFO *const info = loadWord(PLC_driver.comInfo);
+    // By pointer: g++ 12 makes a copy of (condition ? *info : standIn).*word and returns a reference to it.
+    COMINFO *const settings = info != nullptr ? info : &standInSettings;
+    return settings->*word;
+}
+
+/// One word of the settings.
+inline int setting(int COMINFO::*word)
+{
+    return loadWord(settingWord(word));
+}
+
+inline void setSetting(int COMINFO::*word, int value)
+{
+    storeWord(settingWord(word), value);
+}
+
 /// Sets every word of the stand-in to 0.
 void clearStandIn();

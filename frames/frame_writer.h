@@ -6,6 +6,8 @@
 
 #include <QtCore/QByteArray>
 
+#include <cstring>
+
 /// Modbus function codes.
 enum FunctionCode {
     ReadCoils = 0x01,
@@ -15,54 +17,54 @@ enum FunctionCode {
     WriteMultipleRegisters = 0x10
 };
 
-/// Every field takes the low bits of its value.
+enum { CrcLength = 2, SumLength = 1 };
+
+/// Writes over the array of a frame, from its first byte on, so that no frame has to be built elsewhere and copied. The
+/// array must hold what is written. Every field takes the low bits of its value.
 class FrameWriter {
 public:
+    explicit FrameWriter(QByteArray &frame) : m_first(frame.data()), m_next(m_first) {}
+
     FrameWriter &u8(int value)
     {
-        appendByte(m_bytes, unsigned(value));
+        *m_next++ = static_cast<char>(value & 0xFF);
         return *this;
     }
     FrameWriter &u16(int value) { return u8(value >> 8).u8(value); }
     FrameWriter &u32(int value) { return u16(value >> 16).u16(value); }
     FrameWriter &bytes(const QByteArray &values)
     {
-        m_bytes.append(values);
+        std::memcpy(m_next, values.constData(), size_t(values.size()));
+        m_next += values.size();
         return *this;
     }
-    /// Replaces a byte that has been written.
-    FrameWriter &at(int index, int value)
-    {
-        m_bytes[index] = static_cast<char>(value & 0xFF);
-        return *this;
-    }
-    /// Fills up with zeros, or cuts, to a length.
+    /// Zeros up to a length; or back to it, when more has been written.
     FrameWriter &fit(int length)
     {
-        fitTo(m_bytes, length);
+        if (this->length() < length)
+            std::memset(m_next, 0, size_t(length - this->length()));
+        m_next = m_first + length;
         return *this;
     }
 
-    /// The frame with its CRC-16, low byte first. Of a length above 65535 the CRC covers only the low 16 bits.
-    QByteArray withCrc()
+    /// CRC-16, low byte first. Of a length above 65535 it covers only the low 16 bits.
+    void crc()
     {
-        const unsigned crc = CalCRC(data(), static_cast<unsigned short>(m_bytes.size()));
-        appendByte(m_bytes, lowByte(crc));
-        appendByte(m_bytes, highByte(crc));
-        return m_bytes;
+        const unsigned crc = CalCRC(first(), static_cast<unsigned short>(length()));
+        u8(int(lowByte(crc))).u8(int(highByte(crc)));
     }
-    /// The frame with the low byte of its byte sum.
-    QByteArray withSum()
+    /// The low byte of the byte sum.
+    void sum()
     {
-        const int first = qMin(m_bytes.size(), 0xFFFF);
-        const int rest = m_bytes.size() - first;
-        appendByte(m_bytes, unsigned(CalSUM(data(), static_cast<unsigned short>(first))
-                                     + CalSUM(data() + first, static_cast<unsigned short>(rest))));
-        return m_bytes;
+        const int low = qMin(length(), 0xFFFF);
+        u8(CalSUM(first(), static_cast<unsigned short>(low))
+           + CalSUM(first() + low, static_cast<unsigned short>(length() - low)));
     }
 
 private:
-    unsigned char *data() { return reinterpret_cast<unsigned char *>(m_bytes.data()); }
+    unsigned char *first() { return reinterpret_cast<unsigned char *>(m_first); }
+    int length() const { return int(m_next - m_first); }
 
-    QByteArray m_bytes;
+    char *m_first;
+    char *m_next;
 };

@@ -1,40 +1,46 @@
 #include "frames/pending.h"
 
+#include "driver/copy_request.h"
 #include "driver/driver_object.h"
-#include "driver/limits.h"
-#include "driver/settings.h"
 
-ExpectedReply readReply(int station, qint64 dataLen)
+namespace {
+
+/// The record of the last frame answered, which becomes the next one: nothing is allocated in a steady cycle. Empty
+/// while protocolList is not. Communication thread only.
+QList<Protocol> answered;
+
+Protocol &newRecord()
 {
-    if (station == 0)
-        return {0, 0, 0};
-    return {clampToInt(dataLen + ReplyFraming), ReplyData, clampToInt(dataLen)};
+    QList<Protocol> &pending = PLC_driver.protocolList;
+    if (pending.isEmpty() && !answered.isEmpty())
+        pending.swap(answered);
+    else
+        pending.append(Protocol());
+    return pending.last();
 }
 
-ExpectedReply writeReply(int station)
-{
-    return {station == 0 ? 0 : int(EchoLength), 0, 0};
-}
+} // namespace
 
-void appendPending(const QByteArray &frame, const ExpectedReply &reply, const RW_VAR &var)
+QByteArray &appendPending(const RW_VAR &var, const ExpectedReply &reply, int length)
 {
-    Protocol pending;
-    pending.frame = frame;
-    pending.frameLen = frame.size();
+    Protocol &pending = newRecord();
+    if (pending.frame.size() != length)
+        pending.frame.resize(length);
+    pending.frameLen = length;
     pending.replyLen = reply.length;
     pending.dataOffset = reply.dataOffset;
     pending.dataLen = reply.dataLen;
-    pending.var = var;
-    PLC_driver.protocolList.append(pending);
+    copyRequest(var, pending.var);
+    pending.extra20 = pending.extra21 = pending.extra22 = 0;
+    return pending.frame;
 }
 
-void startTransaction(int frames)
+void removeAnswered()
 {
-    setSetting(&COMINFO::frameDone, 0);
-    setSetting(&COMINFO::frameTotal, frames);
-}
-
-bool exceedsElementLimit(const RW_VAR &entry)
-{
-    return entry.count > ElementLimit;
+    if (PLC_driver.protocolList.size() != 1)
+        PLC_driver.protocolList.removeFirst();
+    else if (answered.isEmpty())
+        PLC_driver.protocolList.swap(answered);
+    else
+        PLC_driver.protocolList.clear();
 }

@@ -1,7 +1,9 @@
 /// The transaction that the builders put together.
 #pragma once
 
+#include "driver/limits.h"
 #include "driver/records.h"
+#include "driver/settings.h"
 
 /// What a frame expects back.
 struct ExpectedReply {
@@ -17,13 +19,33 @@ enum {
 };
 
 /// The reply to a read of dataLen bytes; none from the broadcast station.
-ExpectedReply readReply(int station, qint64 dataLen);
-/// The echo of a write; none from the broadcast station.
-ExpectedReply writeReply(int station);
+inline ExpectedReply readReply(int station, qint64 dataLen)
+{
+    if (station == 0)
+        return {0, 0, 0};
+    return {clampToInt(dataLen + ReplyFraming), ReplyData, clampToInt(dataLen)};
+}
 
-/// Appends a frame to protocolList.
-void appendPending(const QByteArray &frame, const ExpectedReply &reply, const RW_VAR &var);
+/// The echo of a write; none from the broadcast station.
+inline ExpectedReply writeReply(int station)
+{
+    return {station == 0 ? 0 : int(EchoLength), 0, 0};
+}
+
+/// Appends a record to protocolList. Returns its frame, an array of length bytes that the caller writes.
+QByteArray &appendPending(const RW_VAR &var, const ExpectedReply &reply, int length);
+/// Takes the answered frame out of protocolList.
+void removeAnswered();
+
 /// Starts counting the answered frames of the transaction.
-void startTransaction(int frames);
+inline void startTransaction(int frames)
+{
+    setSetting(&COMINFO::frameDone, 0);
+    setSetting(&COMINFO::frameTotal, frames);
+}
+
 /// True for an entry that asks for more elements than one call may make.
-bool exceedsElementLimit(const RW_VAR &entry);
+inline bool exceedsElementLimit(const RW_VAR &entry)
+{
+    return entry.count > ElementLimit;
+}

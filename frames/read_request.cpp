@@ -7,15 +7,12 @@
 
 namespace {
 
-void appendRead(const RW_VAR &entry, FunctionCode function, int quantity, qint64 dataLen)
+enum { RequestLength = 8 };
+
+void appendRead(const RW_VAR &entry, const DeviceTraits &traits, FunctionCode function, int quantity, qint64 dataLen)
 {
-    const QByteArray frame = FrameWriter()
-                                 .u8(entry.station)
-                                 .u8(function)
-                                 .u16(get_type_add(entry.devType, entry.address))
-                                 .u16(quantity)
-                                 .withCrc();
-    appendPending(frame, readReply(entry.station, dataLen), entry);
+    QByteArray &frame = appendPending(entry, readReply(entry.station, dataLen), RequestLength);
+    FrameWriter(frame).u8(entry.station).u8(function).u16(modbusNumber(traits.map, entry.address)).u16(quantity).crc();
     startTransaction(1);
 }
 
@@ -44,12 +41,14 @@ void ReadRegister(const RW_VAR *entry)
 void ReadBool(const RW_VAR *entry)
 {
     // The data length is not cut to 16 bits with the quantity: 8192 bytes ask for 0 coils. Deliberate.
-    appendRead(*entry, ReadCoils, int(unsigned(entry->count) << 3 & 0xFFFF), entry->count);
+    appendRead(*entry, deviceTraits(entry->devType), ReadCoils, int(unsigned(entry->count) << 3 & 0xFFFF),
+               entry->count);
 }
 
 void ReadAnalog(const RW_VAR *entry)
 {
-    const unsigned registers = deviceTraits(entry->devType).kind == Kind::Dword ? 2 : 1;
+    const DeviceTraits &traits = deviceTraits(entry->devType);
+    const unsigned registers = traits.kind == Kind::Dword ? 2 : 1;
     const unsigned quantity = unsigned(entry->count) * registers & 0xFFFF;
-    appendRead(*entry, ReadHoldingRegisters, int(quantity), 2 * qint64(quantity));
+    appendRead(*entry, traits, ReadHoldingRegisters, int(quantity), 2 * qint64(quantity));
 }

@@ -10,10 +10,11 @@ namespace {
 
 enum { RemoteFraming = 22 }; // every byte but the values
 
-FrameWriter describe(const RW_VAR &var)
+/// Everything up to the values; length is that of the whole frame.
+FrameWriter describe(QByteArray &frame, const RW_VAR &var, int length)
 {
-    return FrameWriter()
-        .u8(0) // the length, when it is known
+    return FrameWriter(frame)
+        .u8(length)
         .u8(var.connectNo)
         .u8(var.rwFlag)
         .u8(var.panelStation)
@@ -48,8 +49,9 @@ void Remote_ReadVar(const RW_VAR *var)
 {
     if (exceedsElementLimit(*var))
         return;
-    const QByteArray frame = describe(*var).at(0, RemoteFraming).withSum();
-    appendPending(frame, readReply(var->station, qint64(var->count) * bytesPerCount(var->devType)), *var);
+    const qint64 dataLen = qint64(var->count) * bytesPerCount(var->devType);
+    QByteArray &frame = appendPending(*var, readReply(var->station, dataLen), RemoteFraming);
+    describe(frame, *var, RemoteFraming).sum();
     startTransaction(1);
 }
 
@@ -58,8 +60,8 @@ void Remote_WriteVar(const RW_VAR *var)
     const int length = var->data.size() > FrameLimit ? int(FrameLimit) + 1 : RemoteFraming + var->data.size();
     if (exceedsElementLimit(*var) || length > FrameLimit)
         return;
-    const QByteArray frame = describe(*var).bytes(var->data).at(0, length).withSum();
-    appendPending(frame, writeReply(var->station), *var);
+    QByteArray &frame = appendPending(*var, writeReply(var->station), length);
+    describe(frame, *var, length).bytes(var->data).sum();
     startTransaction(1);
     WriteDataToLocal(*var);
 }

@@ -10,27 +10,45 @@
 
 namespace {
 
-enum { HeaderLength = 7 }; // of function 10: station, function, address, quantity, byte count
+enum {
+    HeaderLength = 7, // of function 10: station, function, address, quantity, byte count
+    SingleLength = 8  // of functions 03, 05 and 06 with their CRC
+};
 
-FrameWriter header(const RW_VAR &entry, FunctionCode function, int address)
+FrameWriter header(QByteArray &frame, const RW_VAR &entry, FunctionCode function, int address)
 {
-    return FrameWriter().u8(entry.station).u8(function).u16(get_type_add(entry.devType, address));
+    return FrameWriter(frame).u8(entry.station).u8(function).u16(get_type_add(entry.devType, address));
 }
 
-void appendWrite(const QByteArray &frame, const RW_VAR &entry)
+void appendSingle(const RW_VAR &entry, FunctionCode function, int value)
 {
-    appendPending(frame, writeReply(entry.station), entry);
+    QByteArray &frame = appendPending(entry, writeReply(entry.station), SingleLength);
+    header(frame, entry, function, entry.address).u16(value).crc();
     startTransaction(1);
 }
 
 /// The value bytes of count elements of size bytes, each high byte first. Those of an element that data does not hold
-/// whole stay out, and so does all behind it: fit() makes zeros of them.
+/// whole stay out, and so does all behind it: they are filled up with zeros.
 void writeValues(FrameWriter &frame, const QByteArray &data, int count, int size)
 {
     for (int i = 0; i < count && holdsBytes(data, qint64(i) * size, size); ++i) {
         for (int byte = size - 1; byte >= 0; --byte)
             frame.u8(int(byteAt(data, qint64(i) * size + byte)));
     }
+}
+
+/// Function 10 with words registers, from data's elements of size bytes.
+void appendMultiple(const RW_VAR &entry, int words, int elements, int size)
+{
+    const int sealAt = HeaderLength + 2 * words;
+    QByteArray &frame = appendPending(entry, writeReply(entry.station), sealAt + CrcLength);
+    // A negative count makes a frame shorter than its header.
+    frame.resize(qMax(sealAt, int(HeaderLength)) + CrcLength);
+    FrameWriter writer = header(frame, entry, WriteMultipleRegisters, entry.address).u16(words).u8(2 * words);
+    writeValues(writer, entry.data, elements, size);
+    writer.fit(sealAt).crc();
+    frame.resize(sealAt + CrcLength);
+    startTransaction(1);
 }
 
 qint64 multipleLength(const RW_VAR &entry, int bytesPerCount)
@@ -41,7 +59,7 @@ qint64 multipleLength(const RW_VAR &entry, int bytesPerCount)
 /// A negative count shortens the frame; one without room for the CRC is no frame.
 bool isFrame(qint64 lengthWithoutCrc)
 {
-    return lengthWithoutCrc >= 0 && lengthWithoutCrc + 2 <= FrameLimit;
+    return lengthWithoutCrc >= 0 && lengthWithoutCrc + CrcLength <= FrameLimit;
 }
 
 /// False for what has no builder.
@@ -89,7 +107,7 @@ void WriteBool(const RW_VAR *entry)
 {
     // Exactly 1 is on: 2 and 255 switch the coil off.
     const bool on = byteAt(entry->data, 0) == 1;
-    appendWrite(header(*entry, WriteSingleCoil, entry->address).u16(on ? 0xFF00 : 0x0000).withCrc(), *entry);
+    appendSingle(*entry, WriteSingleCoil, on ? 0xFF00 : 0x0000);
 }
 
 void WriteAnalog(const RW_VAR *entry)
@@ -97,22 +115,19 @@ void WriteAnalog(const RW_VAR *entry)
     // Before any look at the code: one element of a 32-bit code is a single register too.
     if (entry->count == 1) {
         const int value = holdsBytes(entry->data, 0, 2) ? int(littleEndianWord(entry->data, 0)) : 0;
-        appendWrite(header(*entry, WriteSingleRegister, entry->address).u16(value).withCrc(), *entry);
+        appendSingle(*entry, WriteSingleRegister, value);
         return;
     }
     const Kind kind = deviceTraits(entry->devType).kind;
-    const bool pairs = kind == Kind::Pair || kind == Kind::Dword;
-    FrameWriter frame = header(*entry, WriteMultipleRegisters, entry->address).u16(entry->count).u8(2 * entry->count);
-    writeValues(frame, entry->data, pairs ? entry->count / 2 : entry->count, pairs ? 4 : 2);
-    appendWrite(frame.fit(int(multipleLength(*entry, 2))).withCrc(), *entry);
+    if (kind == Kind::Pair || kind == Kind::Dword)
+        appendMultiple(*entry, entry->count, entry->count / 2, 4);
+    else
+        appendMultiple(*entry, entry->count, entry->count, 2);
 }
 
 void WriteAnalogDword(const RW_VAR *entry)
 {
-    FrameWriter frame =
-        header(*entry, WriteMultipleRegisters, entry->address).u16(2 * entry->count).u8(4 * entry->count);
-    writeValues(frame, entry->data, entry->count, 4);
-    appendWrite(frame.fit(int(multipleLength(*entry, 4))).withCrc(), *entry);
+    appendMultiple(*entry, 2 * entry->count, entry->count, 4);
 }
 
 // A broadcast expects both replies all the same: deliberate.
@@ -122,13 +137,14 @@ void WriteAnalog_Bit(const RW_VAR *entry)
     read.rwFlag = 0;
     read.address = entry->address / 16;
     read.subIndex = -1;
-    appendPending(header(*entry, ReadHoldingRegisters, read.address).u16(1).withCrc(), {ReplyFraming + 2, ReplyData, 2},
-                  read);
+    QByteArray &readFrame = appendPending(read, {ReplyFraming + 2, ReplyData, 2}, SingleLength);
+    header(readFrame, read, ReadHoldingRegisters, read.address).u16(1).crc();
 
     RW_VAR write = read;
     write.rwFlag = 1;
     write.subIndex = 0;
     // The value is put in when the word has been read.
-    appendPending(header(*entry, WriteSingleRegister, write.address).u16(0).withCrc(), {EchoLength, 0, 0}, write);
+    QByteArray &writeFrame = appendPending(write, {EchoLength, 0, 0}, SingleLength);
+    header(writeFrame, write, WriteSingleRegister, write.address).u16(0).crc();
     startTransaction(2);
 }

@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$1"
 
-base='driver/(bytes|checksum|driver_object|export|limits|records|settings)\.h'
+base='driver/(bytes|checksum|copy_request|driver_object|export|limits|records|settings)\.h'
 chief='driver/emerson_ec_series\.h'
 public='driver/(checksum|driver_object|emerson_ec_series|export|records)\.h'
 bad=0
