@@ -3,6 +3,8 @@
 
 #include <QtCore/QByteArray>
 
+#include <cstring>
+
 /// True when the array holds the bytes first .. first + count - 1.
 inline bool holdsBytes(const QByteArray &bytes, qint64 first, int count)
 {
@@ -51,9 +53,13 @@ inline void fitTo(QByteArray &bytes, int size)
     bytes.truncate(qMax(0, size));
 }
 
-inline void appendByte(QByteArray &bytes, unsigned value)
+/// The bytes of an array that is made this long. It keeps its memory where it can: nothing is allocated for a length
+/// that it has already.
+inline char *bytesOf(QByteArray &bytes, int size)
 {
-    bytes.append(static_cast<char>(value & 0xFF));
+    if (bytes.size() != size)
+        bytes.resize(size);
+    return bytes.data();
 }
 
 /// Writes two bytes, low byte first.
@@ -63,10 +69,31 @@ inline void putLittleEndianWord(char *bytes, unsigned value)
     bytes[1] = static_cast<char>(highByte(value));
 }
 
-/// The low 16 bits of a value as two bytes, low byte first.
-inline QByteArray littleEndianBytes(unsigned value)
+/// Words as bytes, low byte first: the memory as it is where the machine keeps words that way.
+inline void copyToLittleEndian(char *bytes, const unsigned short *words, int count)
 {
-    QByteArray bytes(2, '\0');
-    putLittleEndianWord(bytes.data(), value);
-    return bytes;
+#if Q_BYTE_ORDER == Q_LITTLE_ENDIAN
+    std::memcpy(bytes, words, size_t(count) * 2);
+#else
+    for (int i = 0; i < count; ++i)
+        putLittleEndianWord(bytes + 2 * i, words[i]);
+#endif
+}
+
+/// The other way round.
+inline void copyFromLittleEndian(unsigned short *words, const char *bytes, int count)
+{
+#if Q_BYTE_ORDER == Q_LITTLE_ENDIAN
+    std::memcpy(words, bytes, size_t(count) * 2);
+#else
+    for (int i = 0; i < count; ++i)
+        words[i] = static_cast<unsigned short>((bytes[2 * i] & 0xFF) | (bytes[2 * i + 1] & 0xFF) << 8);
+#endif
+}
+
+/// Words from bytes, high byte first.
+inline void copyFromBigEndian(unsigned short *words, const char *bytes, int count)
+{
+    for (int i = 0; i < count; ++i)
+        words[i] = static_cast<unsigned short>((bytes[2 * i] & 0xFF) << 8 | (bytes[2 * i + 1] & 0xFF));
 }

@@ -27,7 +27,7 @@ public:
     QList<RW_VAR> onceReadList;              ///< listMutex. Queued one-shot reads.
     QList<RW_VAR> spareList;                 ///< Unused.
     QList<Protocol> protocolList;            ///< Communication thread only. Frames of the transaction, first in flight.
-    QList<EXTENDVAR> extendVarList;          ///< The lock private to image/. Keyed store, in order of first use.
+    QList<EXTENDVAR> extendVarList;          ///< As the image areas. Keyed store, in order of first use.
     QMap<int, int> disabledStations;         ///< stationMutex. Keys are switched-off stations, values 0.
     RequestDoneCallback requestDoneCallback; ///< Read and written as one word; may be null.
     CommFailCallback commFailCallback;       ///< Read and written as one word; may be null.
@@ -41,7 +41,8 @@ public:
     int passCount;                           ///< listMutex. Good final replies counted towards a full pass.
     bool failFlag;                           ///< listMutex. True while the last reply was bad.
 
-    // The local image; the lock private to image/. Bits are packed eight to an element, the lowest bit first.
+    // The local image; imageMutex for local replies, the lock private to image/ for remote ones, both for all others.
+    // Bits are packed eight to an element, the lowest bit first.
     unsigned char bitImage0[AreaElements];
     unsigned char bitImage1[AreaElements];
     unsigned char bitImage2[AreaElements];

@@ -3,8 +3,10 @@
 
 #include "driver/bytes.h"
 #include "driver/checksum.h"
+#include "driver/copy_request.h"
 #include "driver/driver_object.h"
 #include "driver/settings.h"
+#include "image/store_lock.h"
 #include "image/store_reply.h"
 
 #include <QtCore/QMutexLocker>
@@ -29,18 +31,22 @@ bool hasWrongLength(int len)
 }
 
 /// For CalCRC, which does not write to what it takes; data() would copy an array that the host shares.
-unsigned char *bytesOf(const QByteArray &reply)
+unsigned char *readOnlyBytes(const QByteArray &reply)
 {
     return reinterpret_cast<unsigned char *>(const_cast<char *>(reply.constData()));
 }
 
-/// The write whose bit a reply may have to be patched with, copied under listMutex before any image lock is taken.
-RW_VAR copyWriteHead()
+/// The bit with which the frame behind this one has to be patched; asked for under listMutex before any image lock is
+/// taken.
+QueuedBit bitForNextFrame()
 {
-    if (PLC_driver.protocolList.size() < 2)
-        return RW_VAR();
     QMutexLocker lock(&PLC_driver.listMutex);
-    return PLC_driver.writeList.isEmpty() ? RW_VAR() : PLC_driver.writeList.at(0);
+    return queuedBit();
+}
+
+bool isLastFrame()
+{
+    return PLC_driver.protocolList.size() < 2;
 }
 
 } // namespace
@@ -53,7 +59,7 @@ int CheckGetData(QByteArray *reply, int len)
     // A length of one more than the buffer is let through, and the missing byte counts as 0: deliberate.
     if (len < CrcLength || len - 1 > reply->size())
         return CheckRejected;
-    const unsigned crc = CalCRC(bytesOf(*reply), static_cast<unsigned short>(len - CrcLength));
+    const unsigned crc = CalCRC(readOnlyBytes(*reply), static_cast<unsigned short>(len - CrcLength));
     if (byteAt(*reply, len - 2) != lowByte(crc) || byteAt(*reply, len - 1) != highByte(crc))
         return CheckRejected;
     if (var.rwFlag == 0)
@@ -69,9 +75,9 @@ int DealDataOfLocalArea(QByteArray *reply, int len)
         return GetDriverReturnValue(ReplyWrongLength);
     switch (CheckGetData(reply, len)) {
     case CheckGoodToStore: {
-        const RW_VAR writeHead = copyWriteHead();
+        const QueuedBit queued = isLastFrame() ? NoBit : bitForNextFrame();
         QMutexLocker lock(&PLC_driver.imageMutex);
-        SaveToLocalDataErea(reply, writeHead);
+        SaveToLocalDataErea(reply, queued);
         return GetDriverReturnValue(ReplyGood);
     }
     case CheckGoodNothingToStore:
@@ -91,7 +97,9 @@ int DealDataOfRemoteArea(QByteArray *reply, int len)
     if (inFlight().var.subIndex != -1)
         return GetDriverReturnValue(RemoteReplyAcknowledged);
     // Without imageMutex, and acknowledgements of writes too: deliberate.
-    SaveToLocalDataErea(reply, copyWriteHead());
+    const QueuedBit queued = isLastFrame() ? NoBit : bitForNextFrame();
+    QMutexLocker lock(&storeMutex);
+    SaveToLocalDataErea(reply, queued);
     return setting(&COMINFO::frameDone) == 1 ? ResultAcknowledged : ResultGood;
 }
 
@@ -126,6 +134,9 @@ int SwitchErrorReturn(int base)
 
 void passRetValue(const RW_VAR &from, RW_VAR &to)
 {
-    to = from;
-    to.data.clear();
+    copyWords(from, to);
+    shareText(from.nameText, to.nameText);
+    shareText(from.addrText, to.addrText);
+    if (!to.data.isEmpty())
+        to.data.clear();
 }

@@ -12,6 +12,21 @@ inline bool insideArea(qint64 index)
     return index >= 0 && index < AreaElements;
 }
 
+/// The part of a run of elements that lies inside an area.
+struct AreaPart {
+    int skipped; ///< Elements of the run before it.
+    int index;   ///< Of its first element in the area; 0 when it is empty.
+    int count;
+};
+
+/// The part of count elements of which the first is at start.
+inline AreaPart partInside(int start, int count)
+{
+    const qint64 first = qMax(qint64(0), qint64(start));
+    const qint64 end = qMin(qint64(AreaElements), qint64(start) + count);
+    return first < end ? AreaPart{int(first - start), int(first), int(end - first)} : AreaPart{0, 0, 0};
+}
+
 /// The element at an index, 0 outside the area.
 template <class Element>
 Element elementAt(const Element *area, qint64 index)

@@ -3,6 +3,8 @@
 #include "driver/bytes.h"
 #include "image/areas.h"
 
+#include <cstring>
+
 namespace {
 
 template <class Element>
@@ -46,6 +48,20 @@ const Protocol &inFlight()
     return PLC_driver.protocolList.at(0);
 }
 
+/// Elements of size bytes that both the request expects and the reply holds whole.
+int elementsThere(const QByteArray &reply, int size)
+{
+    const qint64 held = inFlight().dataOffset < 0 ? 0 : qint64(reply.size()) - inFlight().dataOffset;
+    return int(qMax(qint64(0), qMin(qint64(inFlight().dataLen), held) / size));
+}
+
+/// The first data byte; the reply's first when it holds none.
+const char *dataOf(const QByteArray &reply)
+{
+    const int offset = inFlight().dataOffset;
+    return reply.constData() + (holdsBytes(reply, offset, 1) ? offset : 0);
+}
+
 } // namespace
 
 void GetBitFromUC(QByteArray &out, const unsigned char *area, int start, int count)
@@ -62,8 +78,10 @@ void GetWordFromUS(QByteArray &out, const unsigned short *area, int start, int c
 {
     growTo(out, 2 * count);
     char *const bytes = out.data();
-    for (int i = 0; i < count; ++i)
-        putLittleEndianWord(bytes + 2 * i, elementAt(area, qint64(start) + i));
+    const AreaPart part = partInside(start, count);
+    if (part.count < count)
+        std::memset(bytes, 0, 2 * size_t(count));
+    copyToLittleEndian(bytes + 2 * part.skipped, area + part.index, part.count);
 }
 
 void GetWordFromUI(QByteArray &out, const unsigned short *area, int start, int count)
@@ -113,8 +131,8 @@ void SetBitToUS(int start, unsigned short *area, const QByteArray &in, int count
 
 void SetWordToUS(int start, unsigned short *area, const QByteArray &in, int count)
 {
-    for (int i = 0; i < count && holdsBytes(in, 2 * qint64(i), 2); ++i)
-        setElement(area, qint64(start) + i, static_cast<unsigned short>(littleEndianWord(in, 2 * qint64(i))));
+    const AreaPart part = partInside(start, qMin(count, in.size() / 2));
+    copyFromLittleEndian(area + part.index, in.constData() + 2 * part.skipped, part.count);
 }
 
 void SetWordToUI(int start, unsigned short *area, const QByteArray &in, int count)
@@ -136,22 +154,20 @@ void SaveBitToUC(const QByteArray &reply, unsigned char *area)
 {
     const Protocol &request = inFlight();
     // The division drops the bit: a block is stored from the byte that holds its first one.
-    const qint64 first = request.var.address / 8;
-    for (qint64 i = 0; i < request.dataLen && holdsBytes(reply, request.dataOffset + i, 1); ++i)
-        setElement(area, first + i, static_cast<unsigned char>(byteAt(reply, request.dataOffset + i)));
+    const AreaPart part = partInside(request.var.address / 8, elementsThere(reply, 1));
+    std::memcpy(area + part.index, dataOf(reply) + part.skipped, size_t(part.count));
 }
 
 void SaveWordToUS(const QByteArray &reply, unsigned short *area)
 {
-    const Protocol &request = inFlight();
-    for (qint64 i = 0; i < request.dataLen / 2 && holdsBytes(reply, request.dataOffset + 2 * i, 2); ++i)
-        setElement(area, request.var.address + i,
-                   static_cast<unsigned short>(bigEndianWord(reply, request.dataOffset + 2 * i)));
+    const AreaPart part = partInside(inFlight().var.address, elementsThere(reply, 2));
+    copyFromBigEndian(area + part.index, dataOf(reply) + 2 * part.skipped, part.count);
 }
 
 void SaveWordToUI(const QByteArray &reply, unsigned int *area)
 {
     const Protocol &request = inFlight();
-    for (qint64 i = 0; i < request.dataLen / 4 && holdsBytes(reply, request.dataOffset + 4 * i, 4); ++i)
-        setElement(area, request.var.address + i, bigEndianDword(reply, request.dataOffset + 4 * i));
+    const AreaPart part = partInside(request.var.address, elementsThere(reply, 4));
+    for (int i = 0; i < part.count; ++i)
+        area[part.index + i] = bigEndianDword(reply, request.dataOffset + 4 * (qint64(part.skipped) + i));
 }

@@ -2,6 +2,7 @@
 
 #include "driver/driver_object.h"
 #include "driver/limits.h"
+#include "varlist/device_traits.h"
 
 #include <QtCore/QHash>
 
@@ -22,15 +23,37 @@ uint qHash(const Key &key)
 }
 
 /// Finds a record's first position without a search. extendVarList is a public member that a host tool may change; the
-/// index notices because it holds a copy that shares the list's memory: whoever asks the list for write access makes it
-/// part from that copy. Only a reference that was taken before a look-up and written through after it goes unnoticed.
+/// index notices because between two uses it holds a copy that shares the list's memory: whoever asks the list for
+/// write access makes it part from that copy. Only a reference that was taken before a use and written through after it
+/// goes unnoticed.
 class StoreIndex {
 public:
+    /// Begins a use, within which only the index changes the list: it lets go of the copy, or each change would copy
+    /// the list whole.
+    void open()
+    {
+        if (m_seen.constBegin() != PLC_driver.extendVarList.constBegin())
+            rebuild();
+        m_seen.clear();
+    }
+    void close() { m_seen = PLC_driver.extendVarList; }
+
+    int findOrAppend(const Key &key)
+    {
+        const int index = find(key);
+        return index >= 0 ? index : append(key);
+    }
+    /// Records at the front of which each is the first with its key.
+    int distinct() const { return m_hasDuplicates ? 0 : PLC_driver.extendVarList.size(); }
+
+private:
+    static Key keyOf(const EXTENDVAR &record) { return {record.station, record.devType, record.address}; }
+    static bool isAt(int index, const Key &key) { return keyOf(PLC_driver.extendVarList.at(index)) == key; }
+
     int find(const Key &key)
     {
-        followList();
         const int index = m_first.value(key, -1);
-        if (index < 0 || keyOf(m_seen.at(index)) == key)
+        if (index < 0 || isAt(index, key))
             return index;
         rebuild();
         return m_first.value(key, -1);
@@ -43,46 +66,24 @@ public:
         record.devType = key.devType;
         record.address = key.address;
         const int index = PLC_driver.extendVarList.size();
-        changeList([&] { PLC_driver.extendVarList.append(record); });
+        PLC_driver.extendVarList.append(record);
         m_first.insert(key, index);
         return index;
     }
 
-    void setData(int index, const QByteArray &data)
-    {
-        changeList([&] { PLC_driver.extendVarList[index].data = data; });
-    }
-
-private:
-    static Key keyOf(const EXTENDVAR &record) { return {record.station, record.devType, record.address}; }
-
-    void followList()
-    {
-        if (m_seen.constBegin() != PLC_driver.extendVarList.constBegin())
-            rebuild();
-    }
-
-    /// Lets go of the copy meanwhile: the list would be copied whole otherwise.
-    template <class Change>
-    void changeList(Change change)
-    {
-        followList();
-        m_seen.clear();
-        change();
-        m_seen = PLC_driver.extendVarList;
-    }
-
     void rebuild()
     {
-        m_seen = PLC_driver.extendVarList;
+        const QList<EXTENDVAR> &list = PLC_driver.extendVarList;
         m_first.clear();
         // From the back, so that the first of equal keys is what stays.
-        for (int i = m_seen.size() - 1; i >= 0; --i)
-            m_first.insert(keyOf(m_seen.at(i)), i);
+        for (int i = list.size() - 1; i >= 0; --i)
+            m_first.insert(keyOf(list.at(i)), i);
+        m_hasDuplicates = m_first.size() != list.size();
     }
 
     QList<EXTENDVAR> m_seen;
     QHash<Key, int> m_first;
+    bool m_hasDuplicates = false;
 };
 
 StoreIndex storeIndex;
@@ -91,22 +92,30 @@ StoreIndex storeIndex;
 
 int ExtendFindSameVar(int station, int devType, int address)
 {
-    const Key key = {station, devType, address};
-    const int index = storeIndex.find(key);
-    return index >= 0 ? index : storeIndex.append(key);
+    KeyedRecords records(station, devType);
+    records.dataAt(address);
+    return records.last();
 }
 
-int findKeyed(int station, int devType, qint64 address)
+KeyedRecords::KeyedRecords(int station, int storageCode)
+    : m_station(station), m_code(storageCode), m_shift(deviceTraits(storageCode).kind == Kind::Bit ? 3 : 0),
+      m_guessable(0)
 {
-    return fitsInt(address) ? ExtendFindSameVar(station, devType, int(address)) : -1;
+    storeIndex.open();
 }
 
-const QByteArray &extendData(int index)
+KeyedRecords::~KeyedRecords()
 {
-    return PLC_driver.extendVarList.at(index).data;
+    storeIndex.close();
 }
 
-void setExtendData(int index, const QByteArray &data)
+QByteArray *KeyedRecords::search(qint64 address)
 {
-    storeIndex.setData(index, data);
+    if (!fitsInt(address))
+        return nullptr;
+    m_last = storeIndex.findOrAppend({m_station, m_code, int(address)});
+    m_address = address;
+    m_guessable = storeIndex.distinct();
+    m_records = PLC_driver.extendVarList.begin();
+    return &m_records[m_last].data;
 }

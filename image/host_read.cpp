@@ -12,6 +12,8 @@
 
 #include <QtCore/QMutexLocker>
 
+#include <cstring>
+
 namespace {
 
 void readImage(QByteArray &out, const DeviceTraits &traits, int start, int count)
@@ -37,66 +39,78 @@ void readImage(QByteArray &out, const DeviceTraits &traits, int start, int count
     }
 }
 
-/// The records of one station and storage code. A missing one is made, by being looked at.
-struct KeyedReader {
-    int station, storageCode;
+/// Elements of the records of one station and storage code. What a record does not hold reads as 0.
+class KeyedReader {
+public:
+    KeyedReader(int station, int storageCode) : m_records(station, storageCode) {}
 
-    QByteArray data(qint64 address) const
+    void bit(char *out, qint64 address, int byte, int bit)
     {
-        const int index = findKeyed(station, storageCode, address);
-        return index >= 0 ? extendData(index) : QByteArray();
+        const QByteArray *const data = m_records.dataAt(address);
+        *out = data != nullptr ? static_cast<char>(byteAt(*data, byte) >> bit & 1) : 0;
     }
-    void bit(char *out, qint64 address, int byte, int bit) const
+    void word(char *out, qint64 address) { copy(out, m_records.dataAt(address), 0, 2); }
+    void dword(char *out, qint64 address)
     {
-        *out = static_cast<char>(byteAt(data(address), byte) >> bit & 1);
+        const QByteArray *const data = m_records.dataAt(address);
+        const bool whole = data != nullptr && holdsBytes(*data, 0, 4);
+        copy(out, whole ? data : nullptr, 2, 2);
+        copy(out + 2, whole ? data : nullptr, 0, 2);
     }
-    void word(char *out, qint64 address) const
+
+private:
+    static void copy(char *out, const QByteArray *data, int first, int count)
     {
-        const QByteArray bytes = data(address);
-        putLittleEndianWord(out, holdsBytes(bytes, 0, 2) ? littleEndianWord(bytes, 0) : 0);
+        if (data != nullptr && holdsBytes(*data, first, count))
+            std::memcpy(out, data->constData() + first, size_t(count));
+        else
+            std::memset(out, 0, size_t(count));
     }
-    void dword(char *out, qint64 address) const
-    {
-        const QByteArray bytes = data(address);
-        const bool whole = holdsBytes(bytes, 0, 4);
-        putLittleEndianWord(out, whole ? littleEndianWord(bytes, 2) : 0);
-        putLittleEndianWord(out + 2, whole ? littleEndianWord(bytes, 0) : 0);
-    }
+
+    KeyedRecords m_records;
 };
+
+/// The bytes of an array that has been made at least size long.
+char *grown(QByteArray &out, int size)
+{
+    growTo(out, size);
+    return out.data();
+}
 
 void readKeyed(QByteArray &out, const DeviceTraits &traits, int station, int start, int count)
 {
-    const KeyedReader records = {station, traits.base};
+    KeyedReader records(station, traits.base);
     const qint64 first = start;
     // An odd count gives one value more than the fixed areas do: deliberate.
     const int values = halfRoundedUp(count);
+    char *bytes = nullptr;
     switch (traits.kind) {
     case Kind::Bit:
-        growTo(out, count);
+        bytes = grown(out, count);
         for (int i = 0; i < count; ++i)
-            records.bit(out.data() + i, first + i - (first + i) % 8, 0, int((first + i) % 8));
+            records.bit(bytes + i, first + i - (first + i) % 8, 0, int((first + i) % 8));
         break;
     case Kind::Word:
-        growTo(out, 2 * count);
+        bytes = grown(out, 2 * count);
         for (int i = 0; i < count; ++i)
-            records.word(out.data() + 2 * i, first + i);
+            records.word(bytes + 2 * i, first + i);
         break;
     case Kind::Pair:
-        growTo(out, 4 * values);
+        bytes = grown(out, 4 * values);
         for (int k = 0; k < values; ++k) {
-            records.word(out.data() + 4 * k, first + 2 * k + 1);
-            records.word(out.data() + 4 * k + 2, first + 2 * k);
+            records.word(bytes + 4 * k, first + 2 * k + 1);
+            records.word(bytes + 4 * k + 2, first + 2 * k);
         }
         break;
     case Kind::Dword:
-        growTo(out, 4 * values);
+        bytes = grown(out, 4 * values);
         for (int k = 0; k < values; ++k)
-            records.dword(out.data() + 4 * k, first + k);
+            records.dword(bytes + 4 * k, first + k);
         break;
     case Kind::BitInWord:
-        growTo(out, count);
+        bytes = grown(out, count);
         for (int i = 0; i < count; ++i)
-            records.bit(out.data() + i, (first + i) / 16, int((first + i) / 8 % 2), int((first + i) % 8));
+            records.bit(bytes + i, (first + i) / 16, int((first + i) / 8 % 2), int((first + i) % 8));
         break;
     case Kind::None:
         break;
@@ -116,11 +130,9 @@ extern "C" int GetRegisterData(int /*unused*/, int devType, QString addrText, in
 
     QMutexLocker image(&PLC_driver.imageMutex);
     QMutexLocker store(&storeMutex);
-    QByteArray out = *values;
     if (setting(&COMINFO::stationScope) == 0)
-        readImage(out, traits, address, elements);
+        readImage(*values, traits, address, elements);
     else
-        readKeyed(out, traits, station, address, elements);
-    *values = out;
+        readKeyed(*values, traits, station, address, elements);
     return 1;
 }

@@ -11,6 +11,8 @@
 
 #include <QtCore/QMutexLocker>
 
+#include <cstring>
+
 namespace {
 
 void mirrorImage(const RW_VAR &record, const DeviceTraits &traits, int count)
@@ -38,84 +40,91 @@ void mirrorImage(const RW_VAR &record, const DeviceTraits &traits, int count)
     }
 }
 
-void setKeyedBit(int index, int byte, int bit, bool on)
+void setKeyedBit(QByteArray &data, int byte, int bit, bool on)
 {
-    QByteArray data = extendData(index);
     const unsigned mask = 1u << bit;
     const unsigned old = byteAt(data, byte);
-    data[byte] = static_cast<char>(on ? old | mask : old & ~mask);
-    setExtendData(index, data);
+    data.data()[byte] = static_cast<char>(on ? old | mask : old & ~mask);
 }
 
-void mirrorKeyedBits(const RW_VAR &record, int count)
+void mirrorKeyedBits(const RW_VAR &record, KeyedRecords &records, int count)
 {
     for (int i = 0; i < qMin(count, record.data.size()); ++i) {
         const qint64 bit = qint64(record.address) + i;
-        const int index = findKeyed(record.station, record.devType, bit & ~qint64(7));
-        if (index >= 0 && !extendData(index).isEmpty())
-            setKeyedBit(index, 0, int(bit & 7), record.data.at(i) == 1);
+        QByteArray *const data = records.dataAt(bit & ~qint64(7));
+        if (data != nullptr && !data->isEmpty())
+            setKeyedBit(*data, 0, int(bit & 7), record.data.at(i) == 1);
     }
 }
 
-void setKeyed(const RW_VAR &record, int storageCode, qint64 address, const QByteArray &data)
+/// Sets a record to two bytes of the write's data.
+void setKeyedWord(KeyedRecords &records, qint64 address, const QByteArray &values, int first)
 {
-    const int index = findKeyed(record.station, storageCode, address);
-    if (index >= 0)
-        setExtendData(index, data);
+    QByteArray *const data = records.dataAt(address);
+    if (data != nullptr)
+        std::memcpy(bytesOf(*data, 2), values.constData() + first, 2);
 }
 
-void mirrorKeyedWords(const RW_VAR &record, int count)
+void mirrorKeyedWords(const RW_VAR &record, KeyedRecords &records, int count)
 {
     for (int i = 0; i < count && holdsBytes(record.data, 2 * qint64(i), 2); ++i)
-        setKeyed(record, record.devType, qint64(record.address) + i, record.data.mid(2 * i, 2));
+        setKeyedWord(records, qint64(record.address) + i, record.data, 2 * i);
 }
 
-void mirrorKeyedPairs(const RW_VAR &record, int storageCode, int count)
+void mirrorKeyedPairs(const RW_VAR &record, KeyedRecords &records, int count)
 {
     for (int k = 0; k < count / 2 && holdsBytes(record.data, 4 * qint64(k), 4); ++k) {
         const qint64 high = qint64(record.address) + 2 * k;
-        setKeyed(record, storageCode, high + 1, record.data.mid(4 * k, 2));
-        setKeyed(record, storageCode, high, record.data.mid(4 * k + 2, 2));
+        setKeyedWord(records, high + 1, record.data, 4 * k);
+        setKeyedWord(records, high, record.data, 4 * k + 2);
     }
 }
 
-void mirrorKeyedDwords(const RW_VAR &record, int count)
+void mirrorKeyedDwords(const RW_VAR &record, KeyedRecords &records, int count)
 {
-    for (int k = 0; k < count && holdsBytes(record.data, 4 * qint64(k), 4); ++k)
-        setKeyed(record, record.devType, qint64(record.address) + k,
-                 record.data.mid(4 * k + 2, 2) + record.data.mid(4 * k, 2));
+    for (int k = 0; k < count && holdsBytes(record.data, 4 * qint64(k), 4); ++k) {
+        QByteArray *const data = records.dataAt(qint64(record.address) + k);
+        if (data == nullptr)
+            continue;
+        // The high word leads.
+        const char *const value = record.data.constData() + 4 * k;
+        char *const bytes = bytesOf(*data, 4);
+        std::memcpy(bytes, value + 2, 2);
+        std::memcpy(bytes + 2, value, 2);
+    }
 }
 
 // One bit position for all elements, that of the first: host writes come one bit a record. Deliberate.
-void mirrorKeyedBitInWord(const RW_VAR &record, int storageCode, int count)
+void mirrorKeyedBitInWord(const RW_VAR &record, KeyedRecords &records, int count)
 {
     const int byte = (record.address & 15) / 8;
     for (int i = 0; i < count; ++i) {
-        const int index = ExtendFindSameVar(record.station, storageCode, int((qint64(record.address) + i) / 16));
+        QByteArray *const data = records.dataAt((qint64(record.address) + i) / 16);
         const bool known = i < record.data.size() && (record.data.at(i) == 0 || record.data.at(i) == 1);
-        if (known && extendData(index).size() >= 2)
-            setKeyedBit(index, byte, record.address & 7, record.data.at(i) == 1);
+        if (known && data->size() >= 2)
+            setKeyedBit(*data, byte, record.address & 7, record.data.at(i) == 1);
     }
 }
 
 void mirrorKeyed(const RW_VAR &record, const DeviceTraits &traits, int count)
 {
+    KeyedRecords records(record.station, traits.base);
     switch (traits.kind) {
     case Kind::Bit:
         if (traits.deviation != Deviation::ReadOnly)
-            mirrorKeyedBits(record, count);
+            mirrorKeyedBits(record, records, count);
         break;
     case Kind::Word:
-        mirrorKeyedWords(record, count);
+        mirrorKeyedWords(record, records, count);
         break;
     case Kind::Pair:
-        mirrorKeyedPairs(record, traits.base, count);
+        mirrorKeyedPairs(record, records, count);
         break;
     case Kind::Dword:
-        mirrorKeyedDwords(record, count);
+        mirrorKeyedDwords(record, records, count);
         break;
     case Kind::BitInWord:
-        mirrorKeyedBitInWord(record, traits.base, count);
+        mirrorKeyedBitInWord(record, records, count);
         break;
     case Kind::None:
         break;

@@ -1,5 +1,6 @@
-/// The lock of the areas and the keyed store, on every path. Remote replies are stored without imageMutex, so that one
-/// alone would let a host read meet a growing store. Taken last: nothing is locked under it.
+/// Remote replies are stored without imageMutex, but not without a lock: a host read would meet a growing store.
+/// Whoever may meet the communication thread in the image takes both, imageMutex first; the communication thread takes
+/// imageMutex for local replies and this one for remote ones. Nothing is locked under it.
 #pragma once
 
 #include <QtCore/QMutex>

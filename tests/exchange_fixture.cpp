@@ -166,5 +166,5 @@ void writeBehind()
 
 void storeReply(const QByteArray &reply)
 {
-    SaveToLocalDataErea(&reply, PLC_driver.writeList.isEmpty() ? RW_VAR() : PLC_driver.writeList.first());
+    SaveToLocalDataErea(&reply, queuedBit());
 }

@@ -15,6 +15,24 @@ void makeFour()
         ExtendFindSameVar(1, 7, address);
 }
 
+/// Data of the record of code 7 on station 1 at an address.
+QString dataOf(int address)
+{
+    return toHex(*KeyedRecords(1, 7).dataAt(address));
+}
+
+/// "position position ..." of records of code 7 on station 1, looked up one after the other.
+QString positionsOf(const QList<int> &addresses)
+{
+    KeyedRecords records(1, 7);
+    QStringList positions;
+    for (int address : addresses) {
+        records.dataAt(address);
+        positions += QString::number(records.last());
+    }
+    return positions.join(QLatin1Char(' '));
+}
+
 /// A plain search from the front: the first record with the key, or the place where it will be appended.
 int firstWithKey(const QList<EXTENDVAR> &list, int station, int devType, int address)
 {
@@ -37,7 +55,7 @@ private slots:
     void allThreeKeyPartsCount();
     void extremeKeysAreKeysLikeOthers();
     void firstMatchWins();
-    void dataAreReadAndReplacedByPosition();
+    void dataAreChangedInPlace();
     void recordsAppendedFromOutsideAreFound();
     void listClearedOutsideIsNoticed();
     void listClearedAndFilledToTheSameSizeOutsideIsNoticed();
@@ -54,6 +72,10 @@ private slots:
     void recordThatIsFoundHasTheKey_data();
     void recordThatIsFoundHasTheKey();
     void manyKeysKeepTheirIndices();
+    void neighboursAreFoundInAnyOrder();
+    void neighbourIsNotTakenForAnEarlierRecordWithItsKey();
+    void bitsLieEightToARecord();
+    void addressBeyondAnIntHasNoRecord();
     void randomChangesFromOutsideNeverMislead();
 };
 
@@ -110,14 +132,18 @@ void TstExtendStore::firstMatchWins()
     QCOMPARE(PLC_driver.extendVarList.size(), 4);
 }
 
-void TstExtendStore::dataAreReadAndReplacedByPosition()
+void TstExtendStore::dataAreChangedInPlace()
 {
     DriverFixture driver;
     makeFour();
-    setExtendData(2, hex("34 12"));
+    {
+        KeyedRecords records(1, 7);
+        *records.dataAt(30) = hex("34 12");
+        QCOMPARE(records.last(), 2);
+    }
     PLC_driver.extendVarList[1].data = hex("78 56");
-    QCOMPARE(toHex(extendData(2)), QStringLiteral("34 12"));
-    QCOMPARE(toHex(extendData(1)), QStringLiteral("78 56"));
+    QCOMPARE(dataOf(30), QStringLiteral("34 12"));
+    QCOMPARE(dataOf(20), QStringLiteral("78 56"));
     QCOMPARE(store(), QStringLiteral("1/7/10=00 00, 1/7/20=78 56, 1/7/30=34 12, 1/7/40=00 00"));
 }
 
@@ -216,7 +242,7 @@ void TstExtendStore::duplicateInsertedAtTheFrontIsNoticed()
     makeFour();
     PLC_driver.extendVarList.prepend(record(1, 7, 30, "34 12"));
     QCOMPARE(ExtendFindSameVar(1, 7, 30), 0);
-    QCOMPARE(toHex(extendData(ExtendFindSameVar(1, 7, 30))), QStringLiteral("34 12"));
+    QCOMPARE(dataOf(30), QStringLiteral("34 12"));
     QCOMPARE(ExtendFindSameVar(1, 7, 10), 1);
     QCOMPARE(ExtendFindSameVar(1, 7, 40), 4);
     QCOMPARE(ExtendFindSameVar(1, 7, 50), 5);
@@ -260,14 +286,13 @@ void TstExtendStore::listReplacedByAnEqualCopyIsNoticed()
     QCOMPARE(copy.size(), 4);
 }
 
-// A reply that replaces data by position looks nothing up: the change before it must still count.
 void TstExtendStore::changeFollowedByAReplacementIsNoticed()
 {
     DriverFixture driver;
     makeFour();
     PLC_driver.extendVarList.removeFirst();
     PLC_driver.extendVarList.removeFirst();
-    setExtendData(0, hex("AA BB"));
+    *KeyedRecords(1, 7).dataAt(30) = hex("AA BB");
     QCOMPARE(ExtendFindSameVar(1, 7, 30), 0);
     QCOMPARE(ExtendFindSameVar(1, 7, 40), 1);
     QCOMPARE(ExtendFindSameVar(1, 7, 10), 2);
@@ -307,6 +332,46 @@ void TstExtendStore::recordThatIsFoundHasTheKey()
     record.address = address;
     QCOMPARE(ExtendFindSameVar(1, 7, former), 4);
     QCOMPARE(ExtendFindSameVar(station, devType, address), position);
+}
+
+void TstExtendStore::neighboursAreFoundInAnyOrder()
+{
+    DriverFixture driver;
+    QCOMPARE(positionsOf({10, 11, 12, 13}), QStringLiteral("0 1 2 3"));
+    QCOMPARE(positionsOf({11, 10, 13, 12, 12, 10}), QStringLiteral("1 0 3 2 2 0"));
+    // A hole, then one in the middle that is made last.
+    QCOMPARE(positionsOf({20, 22, 21, 22, 23}), QStringLiteral("4 5 6 5 7"));
+    QCOMPARE(positionsOf({-5, INT_MAX, INT_MIN, 13}), QStringLiteral("8 9 10 3"));
+}
+
+void TstExtendStore::neighbourIsNotTakenForAnEarlierRecordWithItsKey()
+{
+    DriverFixture driver;
+    PLC_driver.extendVarList << record(1, 7, 11) << record(1, 7, 10) << record(1, 7, 11) << record(1, 7, 12);
+    QCOMPARE(positionsOf({10, 11, 12}), QStringLiteral("1 0 3"));
+    PLC_driver.extendVarList.removeFirst();
+    QCOMPARE(positionsOf({10, 11, 12}), QStringLiteral("0 1 2"));
+}
+
+void TstExtendStore::bitsLieEightToARecord()
+{
+    DriverFixture driver;
+    KeyedRecords records(1, 2);
+    for (int address : {0, 8, 16, 8, 24})
+        records.dataAt(address);
+    QCOMPARE(records.last(), 3);
+    QCOMPARE(store(), QStringLiteral("1/2/0=00 00, 1/2/8=00 00, 1/2/16=00 00, 1/2/24=00 00"));
+}
+
+void TstExtendStore::addressBeyondAnIntHasNoRecord()
+{
+    DriverFixture driver;
+    KeyedRecords records(1, 7);
+    QVERIFY(records.dataAt(qint64(INT_MAX) + 1) == nullptr);
+    QVERIFY(records.dataAt(qint64(INT_MIN) - 1) == nullptr);
+    QCOMPARE(records.last(), -1);
+    QVERIFY(records.dataAt(INT_MIN) != nullptr);
+    QCOMPARE(records.last(), 0);
 }
 
 void TstExtendStore::manyKeysKeepTheirIndices()
