@@ -4,6 +4,8 @@
 #include "driver/reply.h"
 #include "driver/settings.h"
 #include "frames/pending.h"
+#include "varlist/read_list.h"
+#include "varlist/request_queue.h"
 
 #include <QtCore/QMutexLocker>
 
@@ -74,40 +76,42 @@ bool sameVariable(const RW_VAR &left, const RW_VAR &right)
 
 /// Reports the served request and takes it out of its queue. A variable that is queued again is reported done only with
 /// the last of its requests, but every failure is reported.
-void finishHead(QList<RW_VAR> &queue, bool notify)
+void finishHead(RequestQueue &queue, bool notify)
 {
-    if (queue.isEmpty())
+    const QList<RW_VAR> &list = queue.list();
+    if (list.isEmpty())
         return;
-    const RW_VAR head = queue.at(0);
-    const bool again = std::any_of(queue.constBegin() + 1, queue.constEnd(),
-                                   [&](const RW_VAR &var) { return sameVariable(var, head); });
+    const RW_VAR head = list.at(0);
+    const bool again =
+        std::any_of(list.constBegin() + 1, list.constEnd(), [&](const RW_VAR &var) { return sameVariable(var, head); });
     if (notify && PLC_driver.failFlag)
         notifyRequestDone(head, RequestFailed);
     else if (notify && !again)
         notifyRequestDone(head, RequestDone);
     passRetValue(head, PLC_driver.result);
+    RequestQueue::Use use(queue);
     queue.removeFirst();
 }
 
-void rotateReadList()
+void finishPoll()
 {
     if (PLC_driver.readList.isEmpty())
         return;
     passRetValue(PLC_driver.readList.at(0), PLC_driver.result);
-    PLC_driver.readList.append(PLC_driver.readList.takeFirst());
+    rotateReadList();
 }
 
 void finishRequest(bool remote)
 {
     switch (PLC_driver.servedList) {
     case ServedWrite:
-        finishHead(PLC_driver.writeList, true);
+        finishHead(writeQueue, true);
         break;
     case ServedOnce:
-        finishHead(PLC_driver.onceReadList, !remote);
+        finishHead(onceReadQueue, !remote);
         break;
     case ServedCyclic:
-        rotateReadList();
+        finishPoll();
         break;
     }
 }
@@ -137,6 +141,12 @@ void reportFailure()
         callback(none, PLC_driver.result.connectNo, 1);
 }
 
+RW_VAR *takeNothing(int len)
+{
+    QByteArray nothing;
+    return DataCom(&nothing, len);
+}
+
 } // namespace
 
 extern "C" RW_VAR *DataCom(QByteArray *reply, int len)
@@ -146,10 +156,10 @@ extern "C" RW_VAR *DataCom(QByteArray *reply, int len)
     if (PLC_driver.protocolList.isEmpty())
         return &result;
 
-    QByteArray nothing;
-    QByteArray *const received = reply != nullptr ? reply : &nothing;
+    if (reply == nullptr)
+        return takeNothing(len);
     const bool remote = PLC_driver.protocolList.at(0).var.panelStation != setting(&COMINFO::ownStation);
-    const int code = remote ? DealDataOfRemoteArea(received, len) : DealDataOfLocalArea(received, len);
+    const int code = remote ? DealDataOfRemoteArea(reply, len) : DealDataOfLocalArea(reply, len);
 
     QMutexLocker lock(&PLC_driver.listMutex);
     const bool good = isGood(code);

@@ -6,6 +6,8 @@
 #include "frames/read_request.h"
 #include "frames/remote_frame.h"
 #include "frames/write_request.h"
+#include "varlist/read_list.h"
+#include "varlist/request_queue.h"
 
 #include <QtCore/QMutexLocker>
 
@@ -25,21 +27,24 @@ FrameBuilder writeBuilder()
 
 /// Serves the head of the write or one-shot queue, where it stays until its reply has been handled. Requests of
 /// switched-off stations are dropped; when they were all, nothing else is served in this call: deliberate.
-void serveQueue(QList<RW_VAR> &queue, ServedList list, int &streak, FrameBuilder build)
+void serveQueue(RequestQueue &queue, ServedList served, int &streak, FrameBuilder build)
 {
-    PLC_driver.servedList = list;
-    while (!queue.isEmpty() && Ethernetcontains(queue.at(0).station))
+    PLC_driver.servedList = served;
+    const QList<RW_VAR> &list = queue.list();
+    while (!list.isEmpty() && Ethernetcontains(list.at(0).station)) {
+        RequestQueue::Use use(queue);
         queue.removeFirst();
-    if (queue.isEmpty())
+    }
+    if (list.isEmpty())
         return;
-    build(&queue.at(0));
+    build(&list.at(0));
     ++streak;
 }
 
 /// Serves the first cyclic entry whose station is switched on; the others go to the back, and stay.
 void servePoll()
 {
-    QList<RW_VAR> &list = PLC_driver.readList;
+    const QList<RW_VAR> &list = PLC_driver.readList;
     if (list.isEmpty()) {
         PLC_driver.writeStreak = 0;
         PLC_driver.onceStreak = 0;
@@ -47,10 +52,11 @@ void servePoll()
         return;
     }
     PLC_driver.servedList = ServedCyclic;
-    for (int i = 0; i < list.size() && Ethernetcontains(list.at(0).station); ++i)
-        list.append(list.takeFirst());
-    if (Ethernetcontains(list.at(0).station))
-        return;
+    for (int skipped = 0; Ethernetcontains(list.at(0).station); ++skipped) {
+        if (skipped == list.size())
+            return;
+        rotateReadList();
+    }
     readBuilder()(&list.at(0));
     PLC_driver.writeStreak = 0;
     PLC_driver.onceStreak = 0;
@@ -59,9 +65,9 @@ void servePoll()
 void serveNext()
 {
     if (!PLC_driver.writeList.isEmpty() && PLC_driver.writeStreak < StreakLimit)
-        serveQueue(PLC_driver.writeList, ServedWrite, PLC_driver.writeStreak, writeBuilder());
+        serveQueue(writeQueue, ServedWrite, PLC_driver.writeStreak, writeBuilder());
     else if (!PLC_driver.onceReadList.isEmpty() && PLC_driver.onceStreak < StreakLimit)
-        serveQueue(PLC_driver.onceReadList, ServedOnce, PLC_driver.onceStreak, readBuilder());
+        serveQueue(onceReadQueue, ServedOnce, PLC_driver.onceStreak, readBuilder());
     else
         servePoll();
 }

@@ -52,18 +52,17 @@ QByteArray blockData(const QByteArray &values, int first, int size)
 }
 
 /// Queues a write block by block. Returns the last length of the queue, 0 when there was no block.
-/// REQUIRES: listMutex held.
+/// REQUIRES: listMutex held, within a use of writeQueue.
 int queueBlocks(RW_VAR &record)
 {
     const Blocks blocks = blocksOf(record);
     const QByteArray values = record.data;
     const int start = record.address;
-    WriteQueuer queuer;
     int length = 0;
     for (int i = 0; i < blocks.cuts.pieces && setPiece(record, start, blocks.cuts, i, 1); ++i) {
         const int firstByte = int(blocks.cuts.offsetOf(i)) * blocks.bytesPerElement;
         record.data = blockData(values, firstByte, record.count * blocks.bytesPerElement);
-        length = queuer.add(record);
+        length = mergeWrite(record);
         // While the link is good the frame builder does this, when the write goes out.
         if (PLC_driver.failFlag)
             WriteDataToLocal(record);
@@ -98,7 +97,8 @@ extern "C" int SetRegisterData(QString nameText, int devType, QString addrText, 
     }
     // Held from the first block to the cut, so that the scheduler never sees a block that crosses a boundary.
     QMutexLocker lock(&PLC_driver.listMutex);
+    RequestQueue::Use use(writeQueue);
     const int length = queueBlocks(record);
-    plcWriteTypeShort(PLC_driver.writeList);
+    writeQueue.cut();
     return length;
 }

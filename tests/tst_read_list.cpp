@@ -4,34 +4,70 @@
 #include "tests/elsewhere.h"
 #include "tests/list_fixture.h"
 
+#include <QtCore/QMap>
 #include <QtCore/QMutexLocker>
+#include <QtCore/QPair>
 
 #include <climits>
 
 namespace {
 
-/// "address/count" or "address/count*varId" of each entry.
-QString blocks(const QList<RW_VAR> &list)
+struct Block {
+    int address, count, mark = 0;
+};
+
+/// Variables that pieces come from, one a mark: their name is the mark's number.
+const VARDESC *sourceOf(int devType, int mark)
+{
+    static QMap<QPair<int, int>, VARDESC> sources;
+    VARDESC &source = sources[qMakePair(devType, mark)];
+    source.devType = static_cast<unsigned char>(devType);
+    source.nameText = mark != 0 ? QString::number(mark) : QString();
+    return &source;
+}
+
+ReadPiece piece(int devType, const Block &block)
+{
+    return {block.address, block.count, sourceOf(devType, block.mark)};
+}
+
+ReadGroup pieces(int devType, const QList<Block> &list)
+{
+    ReadGroup group;
+    for (const Block &block : list)
+        group.push_back(piece(devType, block));
+    return group;
+}
+
+/// "address/count", with "*mark" behind it when there is one.
+QString blockText(int address, int count, const QString &mark)
+{
+    const QString text = QStringLiteral("%1/%2").arg(address).arg(count);
+    return mark.isEmpty() ? text : text + QLatin1Char('*') + mark;
+}
+
+QString blocks(const ReadGroup &group)
 {
     QStringList entries;
-    for (const RW_VAR &var : list) {
-        entries << QStringLiteral("%1/%2").arg(var.address).arg(var.count);
-        if (var.varId != 0)
-            entries.last() += QStringLiteral("*%1").arg(var.varId);
-    }
+    for (const ReadPiece &piece : group)
+        entries << blockText(piece.address, piece.count, piece.source->nameText);
     return entries.join(QLatin1Char(' '));
 }
 
-struct Block {
-    int address, count, varId = 0;
-};
+QString blocks(const QList<RW_VAR> &list)
+{
+    QStringList entries;
+    for (const RW_VAR &var : list)
+        entries << blockText(var.address, var.count, var.nameText);
+    return entries.join(QLatin1Char(' '));
+}
 
 QList<RW_VAR> entries(int devType, std::initializer_list<Block> list)
 {
     QList<RW_VAR> result;
     for (const Block &block : list) {
         result << readVar(devType, block.address, block.count);
-        result.last().varId = block.varId;
+        result.last().nameText = sourceOf(devType, block.mark)->nameText;
     }
     return result;
 }
@@ -51,7 +87,7 @@ private slots:
         QCOMPARE(AddListReadVar(&var), 1);
         QCOMPARE(AddListReadVar(&var), 2);
         var.address = 1;
-        QCOMPARE(blocks(PLC_driver.readList), QStringLiteral("-7/1000*3 -7/1000*3"));
+        QCOMPARE(blocks(PLC_driver.readList), QStringLiteral("-7/1000*name -7/1000*name"));
         QCOMPARE(marks(PLC_driver.readList.at(1)), QStringLiteral("2 3 1 5 6 8 name text 55 4 -1 9 0A 0B"));
     }
 
@@ -110,8 +146,8 @@ private slots:
         QFETCH(int, maxLen);
         QFETCH(int, address);
         QFETCH(int, count);
-        RW_VAR entry = readVar(8, address, count);
-        QList<RW_VAR> group;
+        const ReadPiece entry = piece(8, {address, count});
+        ReadGroup group;
         WhetherGroup(total, maxLen, &entry, &group);
         QTEST(blocks(group), "expected");
     }
@@ -133,28 +169,27 @@ private slots:
     {
         QFETCH(int, total);
         QFETCH(int, room);
-        RW_VAR entry = readVar(8, 300, 100);
-        QList<RW_VAR> group;
+        const ReadPiece entry = piece(8, {300, 100});
+        ReadGroup group;
         WhetherGroup(total, 32, &entry, &group, room);
         QTEST(blocks(group), "expected");
     }
 
-    void whetherGroupAppendsCopiesOfEveryField()
+    void whetherGroupAppendsPiecesOfOneVariableBehindTheOthers()
     {
-        RW_VAR entry = markedVar(8, 300, 40, hex("0A 0B"));
-        QList<RW_VAR> group = entries(8, {{1, 1}});
+        const ReadPiece entry = piece(8, {300, 40, 3});
+        ReadGroup group = pieces(8, {{1, 1}});
         WhetherGroup(40, 32, &entry, &group);
         QCOMPARE(blocks(group), QStringLiteral("1/1 300/32*3 332/8*3"));
-        for (int i : {1, 2})
-            QCOMPARE(marks(group.at(i)), QStringLiteral("2 3 1 5 6 8 name text 8 4 -1 9 0A 0B"));
+        QCOMPARE(group.at(2).source, entry.source);
     }
 
     void whetherGroupIsBounded()
     {
-        RW_VAR entry = readVar(8, 0, 0);
-        QList<RW_VAR> group;
+        const ReadPiece entry = piece(8, {0, 0});
+        ReadGroup group;
         WhetherGroup(INT_MAX, 1, &entry, &group);
-        QVERIFY2(group.size() > 1000 && group.size() <= 1048576, qPrintable(QString::number(group.size())));
+        QCOMPARE(group.size(), size_t(1048576));
         QCOMPARE(group.at(1000).address, 1000);
     }
 
@@ -175,8 +210,8 @@ private slots:
     {
         QFETCH(int, total);
         QFETCH(int, room);
-        RW_VAR entry = readVar(8, 7, total);
-        QList<RW_VAR> group;
+        const ReadPiece entry = piece(8, {7, total});
+        ReadGroup group;
         WhetherGroup(total, 32, &entry, &group, room);
         QTEST(blocks(group), "expected");
     }
@@ -198,18 +233,23 @@ private slots:
     void sortIsAscendingAndStable()
     {
         QFETCH(QList<Block>, before);
-        QList<RW_VAR> group;
-        for (const Block &block : before)
-            group += entries(8, {block});
+        ReadGroup group = pieces(8, before);
         Bubble_Sort(&group);
         QTEST(blocks(group), "after");
     }
 
-    void sortMovesWholeRecords()
+    void longGroupsAreSortedToo()
     {
-        QList<RW_VAR> group{markedVar(8, 20, 1, hex("0A 0B")), readVar(9, 10, 1)};
+        ReadGroup group;
+        for (int i = 0; i < 1000; ++i)
+            group.push_back(piece(8, {i * 37 % 500, i}));
         Bubble_Sort(&group);
-        QCOMPARE(marks(group.at(1)), QStringLiteral("2 3 1 5 6 8 name text 8 4 -1 9 0A 0B"));
+        for (int i = 0; i < 1000; ++i) {
+            QCOMPARE(group[size_t(i)].address, i / 2);
+            QCOMPARE(group[size_t(i)].count * 37 % 500, i / 2);
+        }
+        for (int i = 0; i < 1000; i += 2)
+            QCOMPARE(group[size_t(i) + 1].count, group[size_t(i)].count + 500);
     }
 
     void wordEntriesMerge_data()
@@ -243,9 +283,7 @@ private slots:
         QFETCH(QList<Block>, group);
         QFETCH(int, maxLen);
         DriverFixture driver;
-        QList<RW_VAR> sorted;
-        for (const Block &block : group)
-            sorted += entries(8, {block});
+        ReadGroup sorted = pieces(8, group);
         QMutexLocker locker(&PLC_driver.listMutex);
         const int index = WordVarReCreat(&sorted, maxLen, 0);
         QTEST(blocks(PLC_driver.readList), "expected");
@@ -283,9 +321,7 @@ private slots:
         QFETCH(QList<Block>, group);
         QFETCH(int, maxBits);
         DriverFixture driver;
-        QList<RW_VAR> sorted;
-        for (const Block &block : group)
-            sorted += entries(2, {block});
+        ReadGroup sorted = pieces(2, group);
         QMutexLocker locker(&PLC_driver.listMutex);
         const int index = BitVarReCreat(&sorted, maxBits, 0);
         QTEST(blocks(PLC_driver.readList), "expected");
@@ -296,7 +332,7 @@ private slots:
     {
         DriverFixture driver;
         PLC_driver.readList = entries(2, {{0, 1}});
-        QList<RW_VAR> words = entries(8, {{10, 2, 5}, {20, 3, 6}}), bits = entries(3, {{5, 3, 7}, {13, 1, 8}}), none;
+        ReadGroup words = pieces(8, {{10, 2, 5}, {20, 3, 6}}), bits = pieces(3, {{5, 3, 7}, {13, 1, 8}}), none;
         QMutexLocker locker(&PLC_driver.listMutex);
         QCOMPARE(WordVarReCreat(&words, 32, 1), 2);
         QCOMPARE(WordVarReCreat(&none, 32, 2), 2);
@@ -382,7 +418,7 @@ private slots:
         RW_VAR words = markedVar(8, 250, 10, hex("0A 0B")), bits = markedVar(3, 248, 2, hex("0A 0B"));
         QList<RW_VAR> list{words, bits};
         plcTypeShort(list);
-        QCOMPARE(blocks(list), QStringLiteral("250/6*3 256/4*3 248/1*3 256/1*3"));
+        QCOMPARE(blocks(list), QStringLiteral("250/6*name 256/4*name 248/1*name 256/1*name"));
         for (int i = 0; i < list.size(); ++i) {
             QCOMPARE(marks(list.at(i)), i < 2 ? QStringLiteral("2 3 1 5 6 8 name text 8 4 -1 9 0A 0B")
                                               : QStringLiteral("2 3 1 5 6 8 name text 3 4 -1 9 0A 0B"));

@@ -54,7 +54,8 @@ inline int wordsForBits(int offset, int count)
 
 /// Sets a copy of an entry that starts at an address to one of its pieces; step is the distance of two elements. False
 /// when the piece would start outside an int.
-inline bool setPiece(RW_VAR &copy, int start, const Cuts &cuts, int piece, int step)
+template <class Entry>
+bool setPiece(Entry &copy, int start, const Cuts &cuts, int piece, int step)
 {
     const qint64 address = start + cuts.offsetOf(piece) * step;
     if (!fitsInt(address))

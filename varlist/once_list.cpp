@@ -4,6 +4,7 @@
 #include "varlist/cut.h"
 #include "varlist/device_type.h"
 #include "varlist/read_list.h"
+#include "varlist/request_queue.h"
 
 #include <QtCore/QMutexLocker>
 
@@ -42,15 +43,9 @@ int convertOnceRead(RW_VAR &var, int parsed)
     return 1;
 }
 
-bool isQueued(const RW_VAR &var)
+RequestKey keyOfOnceRead(const RW_VAR &var)
 {
-    const QList<RW_VAR> &queue = PLC_driver.onceReadList;
-    for (const RW_VAR &queued : queue) {
-        if (queued.address == var.address && queued.devType == var.devType && queued.station == var.station
-            && queued.count == var.count && queued.varId == var.varId && queued.connectNo == var.connectNo)
-            return true;
-    }
-    return false;
+    return {var.connectNo, var.varId, var.station, var.devType, var.address, var.count};
 }
 
 /// Queues the pieces of a converted variable, which ends as the last of them.
@@ -60,13 +55,15 @@ void queuePieces(RW_VAR &var, int step)
     const int pieces = qMin(cuts.pieces, int(ElementLimit));
     const int start = var.address;
     for (int i = 0; i < pieces && setPiece(var, start, cuts, i, step); ++i) {
-        const bool full = PLC_driver.onceReadList.size() >= QueueLimit;
-        if (!full && !isQueued(var))
-            PLC_driver.onceReadList.append(var);
+        const bool full = onceReadQueue.list().size() >= QueueLimit;
+        if (!full && onceReadQueue.find(var) < 0)
+            onceReadQueue.append(var);
     }
 }
 
 } // namespace
+
+RequestQueue onceReadQueue({&PLC_driver.onceReadList, 0, keyOfOnceRead, isCutWhenRead, plcTypeShort});
 
 extern "C" int AddListOnceReadVar(RW_VAR *var, int mode)
 {
@@ -74,8 +71,9 @@ extern "C" int AddListOnceReadVar(RW_VAR *var, int mode)
         return 0;
     if (mode == 1) {
         QMutexLocker lock(&PLC_driver.listMutex);
-        PLC_driver.onceReadList.append(*var);
-        return PLC_driver.onceReadList.size();
+        RequestQueue::Use use(onceReadQueue);
+        onceReadQueue.append(*var);
+        return onceReadQueue.list().size();
     }
     const int parsed = StringAddressToInt(var->devType, var->addrText);
     if (parsed < 0)
@@ -87,7 +85,8 @@ extern "C" int AddListOnceReadVar(RW_VAR *var, int mode)
     const int step = convertOnceRead(*var, parsed);
 
     QMutexLocker lock(&PLC_driver.listMutex);
+    RequestQueue::Use use(onceReadQueue);
     queuePieces(*var, step);
-    plcTypeShort(PLC_driver.onceReadList);
-    return PLC_driver.onceReadList.size();
+    onceReadQueue.cut();
+    return onceReadQueue.list().size();
 }

@@ -12,41 +12,21 @@
 
 namespace {
 
-/// The entry of a variable before its code is converted.
-RW_VAR entryOf(const VARDESC &description, int address, int station)
+/// Converts a word entry's address and count to the unit of its base type; bits and unknown codes stay as they are.
+void convertWords(ReadPiece &entry, Kind kind)
 {
-    RW_VAR entry;
-    entry.connectNo = 0;
-    entry.varId = -1;
-    entry.hostWord3 = setting(&COMINFO::remoteMode);
-    entry.panelStation = setting(&COMINFO::ownStation);
-    entry.nameText = description.nameText;
-    entry.addrText = description.addrText;
-    entry.devType = description.devType;
-    entry.address = address;
-    entry.station = station;
-    entry.count = description.count;
-    return entry;
-}
-
-/// Converts a word entry to its base type and unit; bits and unknown codes stay as they are.
-void convertWords(RW_VAR &entry)
-{
-    const DeviceTraits &traits = deviceTraits(entry.devType);
-    switch (traits.kind) {
+    switch (kind) {
     case Kind::Bit:
     case Kind::Word:
     case Kind::None:
         break;
     case Kind::Pair:
-        entry.devType = traits.base;
         entry.count = roundUpToEven(entry.count);
         break;
     case Kind::Dword:
         entry.count = halfRoundedUp(entry.count);
         break;
     case Kind::BitInWord:
-        entry.devType = traits.base;
         entry.address = entry.address / 16;
         // The remainder of the word number, not of the bit number: deliberate.
         entry.count = wordsForBits(entry.address % 16, entry.count);
@@ -61,27 +41,27 @@ int maxBitsOf(int maxBlockLen)
 
 // ---- One PLC: a group for each data area ----
 
-void addToGroups(const VARDESC &description, int maxBlockLen, QList<RW_VAR> (&groups)[ReadGroups], int &room)
+void addToGroups(const VARDESC &description, int maxBlockLen, ReadGroup (&groups)[ReadGroups], int &room)
 {
     const DeviceTraits &traits = deviceTraits(description.devType);
     const int address = StringAddressToInt(description.devType, description.addrText);
     if (address < 0 || traits.kind == Kind::None)
         return;
-    RW_VAR entry = entryOf(description, address, setting(&COMINFO::plcStation));
-    convertWords(entry);
+    ReadPiece entry = {address, description.count, &description};
+    convertWords(entry, traits.kind);
     // A bit-in-word variable is cut by its bit count, although its pieces count words: deliberate.
     const int total = traits.kind == Kind::BitInWord ? description.count : entry.count;
     const int maxLen = traits.kind == Kind::Bit ? maxBitsOf(maxBlockLen) : maxBlockLen;
-    QList<RW_VAR> &group = groups[traits.group];
-    const int before = group.size();
+    ReadGroup &group = groups[traits.group];
+    const size_t before = group.size();
     WhetherGroup(total, maxLen, &entry, &group, room);
-    room -= group.size() - before;
+    room -= int(group.size() - before);
 }
 
 void groupByArea(const QList<VARDESC> &descriptions)
 {
     const int maxBlockLen = setting(&COMINFO::maxBlockLen);
-    QList<RW_VAR> groups[ReadGroups];
+    ReadGroup groups[ReadGroups];
     int room = ElementLimit;
     for (int i = 0; i < descriptions.size() && room > 0; ++i)
         addToGroups(descriptions.at(i), maxBlockLen, groups, room);
@@ -97,36 +77,37 @@ void groupByArea(const QList<VARDESC> &descriptions)
 // ---- Several PLCs: a group for each key of station and code ----
 
 struct StationGroups {
-    QHash<int, QList<RW_VAR>> pieces;
+    QHash<int, ReadGroup> pieces;
     QList<int> keys; ///< In first-seen order.
     int room = ElementLimit;
 };
 
 void addToStations(const VARDESC &description, int maxBlockLen, StationGroups &groups)
 {
+    const DeviceTraits &traits = deviceTraits(description.devType);
     const int address = StringAddressToInt(description.devType, description.addrText);
     if (address < 0)
         return;
-    RW_VAR entry = entryOf(description, address, description.station);
+    ReadPiece entry = {address, description.count, &description};
     int step = 1;
-    if (deviceTraits(entry.devType).kind == Kind::Bit) {
+    if (traits.kind == Kind::Bit) {
         entry.address = address - address % 8;
         entry.count = bytesForBits(address, entry.count);
         step = 8;
     } else {
-        convertWords(entry);
+        convertWords(entry, traits.kind);
     }
     const Cuts cuts = cutsOf(entry.count, maxBlockLen);
     if (cuts.pieces <= 0)
         return;
     // Not unique: station 255 with code 0 shares its key with station 0 and code 1. Deliberate.
-    const int key = entry.station + 255 * entry.devType;
-    QList<RW_VAR> &pieces = groups.pieces[key];
-    if (pieces.isEmpty())
+    const int key = description.station + 255 * (traits.kind == Kind::None ? description.devType : traits.base);
+    ReadGroup &pieces = groups.pieces[key];
+    if (pieces.empty())
         groups.keys.append(key);
-    const int before = pieces.size();
+    const size_t before = pieces.size();
     appendPieces(entry, cuts, step, pieces, groups.room);
-    groups.room -= pieces.size() - before;
+    groups.room -= int(pieces.size() - before);
 }
 
 void groupByStation(const QList<VARDESC> &descriptions)
@@ -138,12 +119,12 @@ void groupByStation(const QList<VARDESC> &descriptions)
 
     int index = 0;
     for (int i = 0; i < groups.keys.size(); ++i) {
-        QList<RW_VAR> &pieces = groups.pieces[groups.keys.at(i)];
+        ReadGroup &pieces = groups.pieces[groups.keys.at(i)];
         // Newest first: among equal addresses the last variable leads.
         std::reverse(pieces.begin(), pieces.end());
         Bubble_Sort(&pieces);
         // Bit pieces count bytes already and are taken as bits once more here: deliberate.
-        index = deviceTraits(pieces.first().devType).kind == Kind::Bit
+        index = deviceTraits(pieces.front().source->devType).kind == Kind::Bit
                     ? BitVarReCreat(&pieces, maxBitsOf(maxBlockLen), index)
                     : WordVarReCreat(&pieces, maxBlockLen, index);
     }
@@ -164,5 +145,6 @@ extern "C" int ReCreatReadVarList(QList<VARDESC> &descriptions)
     else
         groupByStation(descriptions);
     plcTypeShort(PLC_driver.readList);
+    reserveTurn();
     return PLC_driver.readList.size();
 }

@@ -2,41 +2,62 @@
 #include "varlist/read_list.h"
 
 #include "driver/emerson_ec_series.h"
+#include "driver/settings.h"
 
 #include <algorithm>
 
 namespace {
 
-bool beforeByAddress(const RW_VAR &left, const RW_VAR &right)
+int rotations = 0; // of readList since its last whole turn; listMutex
+
+bool beforeByAddress(const ReadPiece &left, const ReadPiece &right)
 {
     return left.address < right.address;
 }
 
+/// The block that a piece opens.
+RW_VAR blockOf(const ReadPiece &piece)
+{
+    const VARDESC &source = *piece.source;
+    const DeviceTraits &traits = deviceTraits(source.devType);
+    RW_VAR block;
+    block.varId = -1;
+    block.hostWord3 = setting(&COMINFO::remoteMode);
+    block.panelStation = setting(&COMINFO::ownStation);
+    block.nameText = source.nameText;
+    block.addrText = source.addrText;
+    block.devType = traits.kind == Kind::None ? source.devType : traits.base;
+    block.station = setting(&COMINFO::stationScope) == 0 ? setting(&COMINFO::plcStation) : source.station;
+    return block;
+}
+
 /// Appends blocks of a sorted group to readList. An entry's addresses count single elements; a block's count is in
-/// units of perCount elements and its address a multiple of that. Gaps inside a block are simply read with it.
-int mergeGroup(const QList<RW_VAR> &group, int maxSpan, int index, int perCount)
+/// units of PerCount elements and its address a multiple of that. Gaps inside a block are simply read with it.
+template <int PerCount>
+int mergeGroup(const ReadGroup &group, int maxSpan, int index)
 {
     qint64 start = 0;
     qint64 end = 0;
-    for (int i = 0; i < group.size(); ++i) {
-        const RW_VAR &var = group.at(i);
-        const qint64 varEnd = qint64(var.address) + var.count;
-        const qint64 span = varEnd - start;
-        if (i > 0 && end > var.address && end >= varEnd)
+    bool isFirst = true;
+    for (const ReadPiece &piece : group) {
+        const qint64 pieceEnd = qint64(piece.address) + piece.count;
+        const qint64 span = pieceEnd - start;
+        if (!isFirst && end > piece.address && end >= pieceEnd)
             continue;
-        if (i > 0 && span <= maxSpan) {
+        if (!isFirst && span <= maxSpan) {
             RW_VAR &block = PLC_driver.readList[index - 1];
-            block.count = clampToInt((span + perCount - 1) / perCount);
-            end = start + qint64(block.count) * perCount;
+            block.count = clampToInt((span + PerCount - 1) / PerCount);
+            end = start + qint64(block.count) * PerCount;
             continue;
         }
-        RW_VAR block = var;
-        block.address = var.address - var.address % perCount;
-        block.count = clampToInt((qint64(var.address % perCount) + var.count + perCount - 1) / perCount);
+        isFirst = false;
+        RW_VAR block = blockOf(piece);
+        block.address = piece.address - piece.address % PerCount;
+        block.count = clampToInt((qint64(piece.address % PerCount) + piece.count + PerCount - 1) / PerCount);
         AddListReadVar(&block);
         ++index;
         start = block.address;
-        end = start + qint64(block.count) * perCount;
+        end = start + qint64(block.count) * PerCount;
     }
     return index;
 }
@@ -62,36 +83,63 @@ extern "C" int AddListReadVar(RW_VAR *var)
     return PLC_driver.readList.size();
 }
 
-void appendPieces(const RW_VAR &entry, const Cuts &cuts, int step, QList<RW_VAR> &group, int room)
+void appendPieces(const ReadPiece &entry, const Cuts &cuts, int step, ReadGroup &group, int room)
 {
-    RW_VAR piece = entry;
+    ReadPiece piece = entry;
     for (int i = 0; i < qMin(cuts.pieces, room) && setPiece(piece, entry.address, cuts, i, step); ++i)
-        group.append(piece);
+        group.push_back(piece);
 }
 
-void WhetherGroup(int total, int maxLen, RW_VAR *entry, QList<RW_VAR> *group, int room)
+void WhetherGroup(int total, int maxLen, const ReadPiece *entry, ReadGroup *group, int room)
 {
     if (maxLen < 0 || room <= 0)
         return;
     if (total <= maxLen)
-        group->append(*entry);
+        group->push_back(*entry);
     else
         appendPieces(*entry, cutsOf(total, maxLen), 1, *group, room);
 }
 
-void Bubble_Sort(QList<RW_VAR> *group)
+void Bubble_Sort(ReadGroup *group)
 {
-    std::stable_sort(group->begin(), group->end(), beforeByAddress);
+    // Screens mostly list their variables in order.
+    if (!std::is_sorted(group->begin(), group->end(), beforeByAddress))
+        std::stable_sort(group->begin(), group->end(), beforeByAddress);
 }
 
-int BitVarReCreat(QList<RW_VAR> *group, int maxBits, int index)
+int BitVarReCreat(ReadGroup *group, int maxBits, int index)
 {
-    return mergeGroup(*group, maxBits, index, 8);
+    return mergeGroup<8>(*group, maxBits, index);
 }
 
-int WordVarReCreat(QList<RW_VAR> *group, int maxLen, int index)
+int WordVarReCreat(ReadGroup *group, int maxLen, int index)
 {
-    return mergeGroup(*group, maxLen, index, 1);
+    return mergeGroup<1>(*group, maxLen, index);
+}
+
+void reserveTurn()
+{
+    PLC_driver.readList.reserve(2 * PLC_driver.readList.size());
+    rotations = 0;
+}
+
+void rotateReadList()
+{
+    QList<RW_VAR> &list = PLC_driver.readList;
+    const int size = list.size();
+    list.move(0, size - 1);
+    if (++rotations < size)
+        return;
+    // A list moves its head to the end in constant time as long as there is room behind its last entry. A whole turn
+    // backwards leaves the order as it is, and gives back the room that a turn has used up.
+    for (int i = 0; i < size; ++i)
+        list.move(size - 1, 0);
+    reserveTurn();
+}
+
+bool isCutWhenRead(const RW_VAR &entry)
+{
+    return crossesWhenRead(entry, readBoundary(entry.devType));
 }
 
 int plcTypeShort(QList<RW_VAR> &list)

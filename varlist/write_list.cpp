@@ -7,39 +7,13 @@
 
 #include <QtCore/QMutexLocker>
 
-bool operator==(const WriteKey &left, const WriteKey &right)
-{
-    return left.address == right.address && left.devType == right.devType && left.station == right.station
-           && left.count == right.count;
-}
-
-uint qHash(const WriteKey &key)
-{
-    return uint(key.address) * 2654435761u ^ uint(key.devType) * 40503u ^ uint(key.station) * 2246822519u
-           ^ uint(key.count) * 3266489917u;
-}
-
 namespace {
 
-enum {
-    FirstReplaceable = 1, ///< The head may be on the line, so its value must not change under it.
-    ScansBeforeIndex = 8  ///< About what making the index costs.
-};
+enum { FirstReplaceable = 1 }; // the head may be on the line, so its value must not change under it
 
-WriteKey keyOf(const RW_VAR &var)
+RequestKey keyOfWrite(const RW_VAR &var)
 {
-    return {var.station, var.devType, var.address, var.count};
-}
-
-/// Position of the queued write that a new one replaces, -1 for none.
-int findQueued(const WriteKey &key)
-{
-    const QList<RW_VAR> &queue = PLC_driver.writeList;
-    for (int i = FirstReplaceable; i < queue.size(); ++i) {
-        if (keyOf(queue.at(i)) == key)
-            return i;
-    }
-    return -1;
+    return {0, 0, var.station, var.devType, var.address, var.count};
 }
 
 bool crossesWhenWritten(const RW_VAR &entry, Boundary boundary)
@@ -48,31 +22,25 @@ bool crossesWhenWritten(const RW_VAR &entry, Boundary boundary)
            && qint64(entry.address) + entry.count > boundary.address;
 }
 
-} // namespace
-
-int WriteQueuer::add(const RW_VAR &var)
+bool isCutWhenWritten(const RW_VAR &entry)
 {
-    QList<RW_VAR> &queue = PLC_driver.writeList;
-    const bool full = queue.size() >= QueueLimit;
-    const int same = full ? findInFullQueue(keyOf(var)) : findQueued(keyOf(var));
-    if (same >= 0)
-        queue[same] = var;
-    else if (!full)
-        queue.append(var);
-    return queue.size();
+    return crossesWhenWritten(entry, writeBoundary(entry.devType));
 }
 
-// A write of a million blocks meets a full queue: scanning that for each of them takes seconds, with the queue locked.
-int WriteQueuer::findInFullQueue(const WriteKey &key)
+} // namespace
+
+RequestQueue writeQueue({&PLC_driver.writeList, FirstReplaceable, keyOfWrite, isCutWhenWritten, plcWriteTypeShort});
+
+int mergeWrite(const RW_VAR &var)
 {
-    if (++m_scans <= ScansBeforeIndex)
-        return findQueued(key);
-    const QList<RW_VAR> &queue = PLC_driver.writeList;
-    if (m_positions.isEmpty()) {
-        for (int i = queue.size() - 1; i >= FirstReplaceable; --i)
-            m_positions.insert(keyOf(queue.at(i)), i);
-    }
-    return m_positions.value(key, -1);
+    const int length = writeQueue.list().size();
+    // With fewer than two entries there is only the head.
+    const int same = length > FirstReplaceable ? writeQueue.find(var) : -1;
+    if (same >= 0)
+        writeQueue.replace(same, var);
+    else if (length < QueueLimit)
+        writeQueue.append(var);
+    return writeQueue.list().size();
 }
 
 extern "C" int AddListWriteVar(RW_VAR *var, int mode)
@@ -80,10 +48,11 @@ extern "C" int AddListWriteVar(RW_VAR *var, int mode)
     if (var == nullptr)
         return 0;
     QMutexLocker lock(&PLC_driver.listMutex);
+    RequestQueue::Use use(writeQueue);
     if (mode != 1)
-        return WriteQueuer().add(*var);
-    PLC_driver.writeList.append(*var);
-    return PLC_driver.writeList.size();
+        return mergeWrite(*var);
+    writeQueue.append(*var);
+    return writeQueue.list().size();
 }
 
 int plcWriteTypeShort(QList<RW_VAR> &list)
