@@ -1,0 +1,121 @@
+#include "bench/process.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sched.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+double secondsOf(clockid_t clock)
+{
+    timespec time = {0, 0};
+    ::clock_gettime(clock, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
+}
+
+[[noreturn]] void become(const std::vector<std::string> &command, int core)
+{
+    std::vector<char *> arguments;
+    for (const std::string &argument : command)
+        arguments.push_back(const_cast<char *>(argument.c_str()));
+    arguments.push_back(nullptr);
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    if (core >= 0) {
+        CPU_SET(core, &cores);
+        ::sched_setaffinity(0, sizeof cores, &cores);
+    }
+    ::dup2(::open("/dev/null", O_RDWR), STDOUT_FILENO);
+    ::execvp(arguments[0], arguments.data());
+    std::perror(arguments[0]);
+    ::_exit(127);
+}
+
+} // namespace
+
+Process::Process(const std::vector<std::string> &command, int core) : m_pid(::fork())
+{
+    if (m_pid == 0)
+        become(command, core);
+    if (m_pid < 0)
+        throw std::runtime_error("cannot start " + command.at(0));
+}
+
+Process::~Process()
+{
+    ::kill(m_pid, SIGKILL);
+    while (::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
+double Process::cpuSeconds() const
+{
+    clockid_t clock;
+    return ::clock_getcpuclockid(m_pid, &clock) == 0 ? secondsOf(clock) : 0;
+}
+
+long Process::residentKiloBytes() const
+{
+    // Summed up page by page: the quick counters of the kernel may be off.
+    std::ifstream file("/proc/" + std::to_string(m_pid) + "/smaps_rollup");
+    for (std::string line; std::getline(file, line);)
+        if (line.compare(0, 4, "Rss:") == 0)
+            return std::atol(line.c_str() + 4);
+    return -1;
+}
+
+bool Process::isRunning() const
+{
+    siginfo_t info;
+    info.si_pid = 0;
+    return ::waitid(P_PID, id_t(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == 0;
+}
+
+ScratchFolder::ScratchFolder()
+{
+    std::string path = (std::filesystem::temp_directory_path() / "ec-bench-XXXXXX").string();
+    if (::mkdtemp(path.data()) == nullptr)
+        throw std::runtime_error("cannot make a folder " + path);
+    m_path = path;
+}
+
+ScratchFolder::~ScratchFolder()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+}
+
+void ScratchFolder::write(const std::string &name, const std::string &text) const
+{
+    std::ofstream(path(name)) << text;
+}
+
+double now()
+{
+    return secondsOf(CLOCK_MONOTONIC);
+}
+
+void pause(double seconds)
+{
+    timespec time = {time_t(seconds), long((seconds - double(time_t(seconds))) * 1e9)};
+    while (::nanosleep(&time, &time) != 0 && errno == EINTR) {
+    }
+}
+
+bool waitForFile(const std::string &path)
+{
+    enum { Tries = 500 };
+    for (int i = 0; i < Tries; ++i, pause(0.01))
+        if (std::filesystem::exists(path))
+            return true;
+    return false;
+}

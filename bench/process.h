@@ -1,0 +1,41 @@
+/// A program that runs beside the one that measures it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+class Process {
+public:
+    /// Starts a program with its arguments, on one core (-1: on any). What it prints is dropped, complaints are not.
+    Process(const std::vector<std::string> &command, int core);
+    ~Process();
+    Process(const Process &) = delete;
+    Process &operator=(const Process &) = delete;
+
+    /// Processor time of all its threads, user and system.
+    double cpuSeconds() const;
+    /// -1 when it cannot be known.
+    long residentKiloBytes() const;
+    bool isRunning() const;
+
+private:
+    int m_pid;
+};
+
+/// A folder for links and settings that goes with the object.
+class ScratchFolder {
+public:
+    ScratchFolder();
+    ~ScratchFolder();
+    std::string path(const std::string &name) const { return m_path + "/" + name; }
+    void write(const std::string &name, const std::string &text) const;
+
+private:
+    std::string m_path;
+};
+
+/// Seconds of a clock that only goes forward.
+double now();
+void pause(double seconds);
+/// False when the file did not appear within some seconds.
+bool waitForFile(const std::string &path);

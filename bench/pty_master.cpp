@@ -1,0 +1,27 @@
+/// A master that reads without end; whoever measures it ends it. Each reads the same ten blocks in turn.
+///     pty_master raw|driver|libmodbus|serialbus DEVICE REGISTERS
+#include "bench/pty_masters.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/prctl.h>
+
+int main(int argc, char **argv)
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (argc == 4) {
+        const int registers = std::atoi(argv[3]);
+        if (std::strcmp(argv[1], "raw") == 0)
+            return masterRaw(argv[2], registers);
+        if (std::strcmp(argv[1], "driver") == 0)
+            return masterDriver(argv[2], registers);
+        if (std::strcmp(argv[1], "libmodbus") == 0)
+            return masterLibmodbus(argv[2], registers);
+        if (std::strcmp(argv[1], "serialbus") == 0)
+            return masterSerialBus(argc, argv, argv[2], registers);
+    }
+    std::fprintf(stderr, "usage: pty_master raw|driver|libmodbus|serialbus DEVICE REGISTERS\n");
+    return 2;
+}
