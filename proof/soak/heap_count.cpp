@@ -16,9 +16,11 @@ void __libc_free(void *block);
 namespace {
 
 std::atomic<long long> live{0};
+std::atomic<long long> taken{0};
 
 void *counted(void *block)
 {
+    taken.fetch_add(1, std::memory_order_relaxed);
     live.fetch_add(block != nullptr, std::memory_order_relaxed);
     return block;
 }
@@ -28,6 +30,11 @@ void *counted(void *block)
 long long liveHeapBlocks()
 {
     return live.load(std::memory_order_relaxed);
+}
+
+long long heapBlocksTaken()
+{
+    return taken.load(std::memory_order_relaxed);
 }
 
 extern "C" {
@@ -46,6 +53,7 @@ void *realloc(void *block, std::size_t size)
 {
     if (block == nullptr)
         return malloc(size);
+    taken.fetch_add(1, std::memory_order_relaxed);
     void *const moved = __libc_realloc(block, size);
     // A size of 0 frees.
     if (moved == nullptr && size == 0)

@@ -1,0 +1,85 @@
+#!/usr/bin/env python3
+"""Counts the instructions of each piece of work by callgrind, and writes them to bench/instructions.txt.
+
+Usage: bench/instructions.py BUILD_DIR [--check]
+
+With --check nothing is written: the counts are compared with those of the file, and what grew by more than a hundredth
+is named and makes the exit code 1. Counts depend on compiler, Qt and processor, so the file is of one kind of machine.
+"""
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+KEPT = HERE / 'instructions.txt'
+TOLERANCE = 1.01
+HEAD = '''# Instructions per unit of work, counted by callgrind: x86-64, Debian 12, -O2. Written by scripts/bench --instructions.
+# A unit is a transaction, a read of 125 words, a checksum of 255 bytes, a description, a call.
+'''
+
+
+def count(build):
+    """{name: instructions per unit}, in the order of the program."""
+    with tempfile.TemporaryDirectory() as folder:
+        # An empty environment and a fixed seed: neither the stack's place nor the hash tables differ between two runs.
+        environment = {'PATH': '/usr/bin:/bin', 'QT_HASH_SEED': '0'}
+        command = ['valgrind', '--tool=callgrind', '--collect-atstart=no', '--callgrind-out-file=counts',
+                   str(pathlib.Path(build).resolve() / 'bench' / 'bench_instructions')]
+        run = subprocess.run(command, cwd=folder, env=environment, capture_output=True, text=True)
+        if run.returncode != 0:
+            sys.exit('bench: ' + run.stderr)
+        units = {name: int(number) for name, number in (line.split() for line in run.stdout.splitlines())}
+        counts = {}
+        for file in pathlib.Path(folder).glob('counts.*'):
+            text = file.read_text()
+            name = re.search(r'^desc: Trigger: Client Request: (\S+)', text, re.MULTILINE)
+            total = re.search(r'^(?:summary|totals): (\d+)', text, re.MULTILINE)
+            if name:
+                counts[name.group(1)] = int(total.group(1)) / units[name.group(1)]
+    missing = [name for name in units if not counts.get(name)]
+    if missing or not units:
+        sys.exit(f'bench: not counted: {" ".join(missing) or "anything"}')
+    return {name: counts[name] for name in units}
+
+
+def read_kept():
+    lines = (line.split() for line in KEPT.read_text().splitlines() if line and not line.startswith('#'))
+    return {name: float(number) for name, number in lines}
+
+
+def table(counts):
+    return ''.join(f'{name:32} {number:10.1f}\n' for name, number in counts.items())
+
+
+def check(counts):
+    """The number of what is worse than in the file, after naming it."""
+    kept = read_kept()
+    worse = 0
+    for name in sorted(kept.keys() | counts.keys()):
+        if name not in counts or name not in kept:
+            print(f'bench: {name} is only {"in the file" if name in kept else "counted now"}')
+            worse += 1
+        elif counts[name] > kept[name] * TOLERANCE:
+            print(f'bench: {name} grew from {kept[name]:.1f} to {counts[name]:.1f} instructions')
+            worse += 1
+        elif counts[name] < kept[name] / TOLERANCE:
+            print(f'bench: {name} shrank from {kept[name]:.1f} to {counts[name]:.1f}; write the counts anew')
+    print(f'bench: {len(counts)} counts compared, {worse} worse')
+    return worse
+
+
+def main(arguments):
+    if len(arguments) not in (1, 2) or arguments[1:] not in ([], ['--check']):
+        sys.exit(__doc__)
+    counts = count(arguments[0])
+    if arguments[1:]:
+        return min(1, check(counts))
+    KEPT.write_text(HEAD + table(counts))
+    print(table(counts), end='')
+    return 0
+
+
+if __name__ == '__main__':
+    sys.exit(main(sys.argv[1:]))
