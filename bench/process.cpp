@@ -22,7 +22,7 @@ double secondsOf(clockid_t clock)
     return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
 }
 
-[[noreturn]] void become(const std::vector<std::string> &command, int core)
+[[noreturn]] void become(const std::vector<std::string> &command, int core, const std::string &output)
 {
     std::vector<char *> arguments;
     for (const std::string &argument : command)
@@ -34,7 +34,7 @@ double secondsOf(clockid_t clock)
         CPU_SET(core, &cores);
         ::sched_setaffinity(0, sizeof cores, &cores);
     }
-    ::dup2(::open("/dev/null", O_RDWR), STDOUT_FILENO);
+    ::dup2(::open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDOUT_FILENO);
     ::execvp(arguments[0], arguments.data());
     std::perror(arguments[0]);
     ::_exit(127);
@@ -42,10 +42,10 @@ double secondsOf(clockid_t clock)
 
 } // namespace
 
-Process::Process(const std::vector<std::string> &command, int core) : m_pid(::fork())
+Process::Process(const std::vector<std::string> &command, int core, const std::string &output) : m_pid(::fork())
 {
     if (m_pid == 0)
-        become(command, core);
+        become(command, core, output);
     if (m_pid < 0)
         throw std::runtime_error("cannot start " + command.at(0));
 }
@@ -78,6 +78,13 @@ bool Process::isRunning() const
     siginfo_t info;
     info.si_pid = 0;
     return ::waitid(P_PID, id_t(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == 0;
+}
+
+void Process::interrupt()
+{
+    siginfo_t ignored;
+    ::kill(m_pid, SIGINT);
+    ::waitid(P_PID, id_t(m_pid), &ignored, WEXITED | WNOWAIT);
 }
 
 ScratchFolder::ScratchFolder()

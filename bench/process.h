@@ -6,8 +6,8 @@
 
 class Process {
 public:
-    /// Starts a program with its arguments, on one core (-1: on any). What it prints is dropped, complaints are not.
-    Process(const std::vector<std::string> &command, int core);
+    /// Starts a program with its arguments, on one core (-1: on any). What it prints goes into a file.
+    Process(const std::vector<std::string> &command, int core, const std::string &output = "/dev/null");
     ~Process();
     Process(const Process &) = delete;
     Process &operator=(const Process &) = delete;
@@ -17,6 +17,8 @@ public:
     /// -1 when it cannot be known.
     long residentKiloBytes() const;
     bool isRunning() const;
+    /// Asks it to end, and waits for that.
+    void interrupt();
 
 private:
     int m_pid;

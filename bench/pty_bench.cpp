@@ -67,7 +67,7 @@ void transactions(benchmark::State &state, const MakeCommand &make)
     for (auto _ : state) {
         const std::uint64_t answers = answersIn(counter);
         const double start = now(), cpu = master.cpuSeconds();
-        pause(1);
+        pause(0.5);
         const double elapsed = now() - start, used = master.cpuSeconds() - cpu;
         const double done = double(answersIn(counter) - answers);
         if (!master.isRunning() || !slave.isRunning() || done < 1)
@@ -82,6 +82,7 @@ void addCase(const char *name, const MakeCommand &make)
 {
     benchmark::RegisterBenchmark(name, [make](benchmark::State &state) { transactions(state, make); })
         ->Iterations(1)
+        ->Repetitions(15)
         ->UseManualTime()
         ->Unit(benchmark::kMicrosecond);
 }
