@@ -44,7 +44,7 @@ void countTransactions()
         MemoryMaster master(registers);
         countPasses("transaction/libmodbus/" + size, master, DriverRig::ListLength, Passes);
     }
-    for (const int stored : {int(Words), 1000, 10000, int(Stored)}) {
+    for (const int stored : {int(Words), 1000, 10000, 30000, int(Stored)}) {
         const int blocks = stored / Words;
         DriverRig rig(Storage::Keyed, blocks, Words);
         countPasses("transaction/driver/keyed/" + std::to_string(blocks * Words), rig, blocks, 1000 / blocks + 1);
@@ -103,7 +103,7 @@ void countRebuilds()
 void countBursts()
 {
     Burst burst(Calls);
-    for (const int calls : {10, 100, int(Calls)}) {
+    for (const int calls : {10, 100, 300, int(Calls)}) {
         DriverRig rig(Storage::Image, 1, 1);
         burst.run(rig, calls);
         Burst::drain(rig);

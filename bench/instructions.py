@@ -15,7 +15,7 @@ import tempfile
 HERE = pathlib.Path(__file__).resolve().parent
 KEPT = HERE / 'instructions.txt'
 TOLERANCE = 1.01
-HEAD = '''# Instructions per unit of work, counted by callgrind: x86-64, Debian 12, -O2. Written by scripts/bench --instructions.
+HEAD = '''# Instructions per unit of work, counted by callgrind: x86-64, Debian 12, -O2. Written by scripts/bench.
 # A unit is a transaction, a read of 125 words, a checksum of 255 bytes, a description, a call.
 '''
 

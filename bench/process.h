@@ -1,6 +1,7 @@
 /// A program that runs beside the one that measures it.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,8 @@ private:
     std::string m_path;
 };
 
+/// Answers that a pty_slave has given, from its file.
+std::uint64_t answersIn(const std::string &path);
 /// Seconds of a clock that only goes forward.
 double now();
 void pause(double seconds);

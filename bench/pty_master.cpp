@@ -2,15 +2,12 @@
 ///     pty_master raw|driver|libmodbus|serialbus DEVICE REGISTERS
 #include "bench/pty_masters.h"
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <sys/prctl.h>
 
 int main(int argc, char **argv)
 {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (argc == 4) {
         const int registers = std::atoi(argv[3]);
         if (std::strcmp(argv[1], "raw") == 0)

@@ -1,16 +1,12 @@
 #!/usr/bin/python3
 """pymodbus as a master that reads without end.    pty_pymodbus.py DEVICE REGISTERS"""
-import ctypes
 import itertools
-import signal
 import sys
 
 from pymodbus.client import ModbusSerialClient
 
-PR_SET_PDEATHSIG = 1
 BLOCKS = 10
 
-ctypes.CDLL(None).prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
 device, registers = sys.argv[1], int(sys.argv[2])
 client = ModbusSerialClient(device, baudrate=115200, parity='N', stopbits=1, timeout=1)
 # As for the others: no silence between frames.

@@ -1,14 +1,12 @@
 /// The PLC of every measurement over a pseudo-terminal: answers a read of coils or registers at once and does nothing
 /// else, so that what is measured is the master.
 ///     pty_slave LINK COUNT_FILE     the terminal appears as LINK; the file holds the number of answers, as 64 bits
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -80,8 +78,6 @@ volatile std::uint64_t *mapCounter(const char *file)
 
 int main(int argc, char **argv)
 {
-    // Whoever measures may be killed; nobody would end this then.
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     volatile std::uint64_t *const answers = argc == 3 ? mapCounter(argv[2]) : nullptr;
     const int line = answers != nullptr ? openTerminal(argv[1]) : -1;
     if (line < 0) {

@@ -1,0 +1,138 @@
+#!/usr/bin/python3
+"""Writes docs/performance.md and its charts from what was measured.
+
+Usage: bench/report.py RESULTS.json ALLOCATIONS.txt     (and bench/instructions.txt)
+"""
+import datetime
+import json
+import pathlib
+import platform
+import re
+import subprocess
+import sys
+import textwrap
+
+import charts
+import instructions
+from figures import Figures
+from goals import GOALS
+
+HERE = pathlib.Path(__file__).resolve().parent
+PAGE = HERE.parent / 'docs' / 'performance.md'
+PEERS = ('pty/raw', 'pty/driver', 'pty/ecpanel', 'pty/libmodbus', 'pty/pymodbus', 'pty/serialbus')
+
+
+def table(head, rows):
+    lines = [head, ['---'] * len(head)] + rows
+    return '\n'.join('| ' + ' | '.join(map(str, line)) + ' |' for line in lines)
+
+
+def goal_rows(figures):
+    rows = []
+    for work, unit, most, figure in GOALS:
+        value = figure(figures)
+        sign, met = ('<=', value <= abs(most)) if most >= 0 else ('>=', value >= abs(most))
+        shown = f'{value:.0f}' if unit == 'count' else f'{value:.2f}{unit}'
+        limit = '0' if most == 0 else f'{sign} {abs(most):g}{unit}'
+        rows.append([work, limit, shown, 'met' if met else '**not met**'])
+    return rows
+
+
+def time_rows(figures):
+    rows = []
+    for name, what in (('transaction/driver/image/{}', 'the driver, image mode'),
+                       ('transaction/libmodbus/{}', 'libmodbus')):
+        for registers in (1, 125):
+            key = name.format(registers)
+            rows.append([f'transaction of {registers}: {what}', figures.text_ns(key), figures.text_instructions(key)])
+    for stored in (125, 1000, 10000, 30000, 60000):
+        key = f'transaction/driver/keyed/{stored}'
+        rows.append([f'transaction of 125: the driver, keyed mode, {stored:,} values', figures.text_ns(key),
+                     figures.text_instructions(key)])
+    for key, what in (('read/image', '`GetRegisterData`, 125 words, image mode'),
+                      ('read/keyed/125', 'the same, keyed mode, 125 values'),
+                      ('read/keyed/60000', 'the same, keyed mode, 60,000 values'),
+                      ('crc/driver', 'CRC of 255 bytes: the driver'),
+                      ('crc/two-tables', 'CRC of 255 bytes: the method of libmodbus'),
+                      ('crc/boost', 'CRC of 255 bytes: boost'),
+                      ('limit/memory-read', 'limit: reading 250 bytes of memory'),
+                      ('limit/memcpy', 'limit: `memcpy` of 250 bytes')):
+        rows.append([what, figures.text_ns(key), figures.text_instructions(key)])
+    return rows
+
+
+def list_rows(figures):
+    rows = []
+    for order, name in ((0, 'in-order'), (1, 'mixed')):
+        for number in (1000, 10000, 100000):
+            rows.append([f'rebuild of {number:,} descriptions, {name.replace("-", " ")}, each',
+                         f'{figures.item_ns(f"rebuild/{order}/{number}"):.0f} ns',
+                         f'{figures.instructions[f"rebuild/{name}/{number}"]:.0f}'])
+    rows.append(['`QString::toInt` of one address', f'{figures.item_ns("toInt"):.0f} ns',
+                 f'{figures.instructions["toInt"]:.0f}'])
+    for calls in (10, 100, 300, 1000):
+        key = f'burst/{calls}'
+        rows.append([f'burst of {calls:,} `SetRegisterData` calls, each', f'{figures.counter(key, "each_ns"):.0f} ns',
+                     figures.text_instructions(key)])
+    return rows
+
+
+def line_rows(figures):
+    base = figures.counter('pty/libmodbus', 'per_second'), figures.counter('pty/libmodbus', 'cpu_ns')
+    rows = []
+    for key in PEERS:
+        rate, cpu = figures.counter(key, 'per_second'), figures.counter(key, 'cpu_ns')
+        rows.append([key.split('/')[1], f'{rate:,.0f}', f'{rate / base[0]:.2f}', f'{cpu / 1000:.2f} µs',
+                     f'{cpu / base[1]:.2f}'])
+    return rows
+
+
+def allocation_rows(figures):
+    return [[name, f'{number:g}'] for name, number in figures.allocations.items() if name != 'one-block']
+
+
+def first_line(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout.splitlines()[0]
+
+
+def machine(figures):
+    model = re.search(r'^model name\s*: (.*)', pathlib.Path('/proc/cpuinfo').read_text(), re.MULTILINE)
+    load = figures.context['load_avg'][0] if figures.context.get('load_avg') else float('nan')
+    debian = pathlib.Path('/etc/debian_version').read_text().strip()
+    packages = ', '.join(first_line('dpkg-query', '-W', '-f', '${Package} ${Version}\n', name)
+                         for name in ('libmodbus-dev', 'libboost-dev', 'qtbase5-dev', 'python3-pymodbus'))
+    text = (f'{datetime.date.today()}, {platform.machine()}, {figures.context["num_cpus"]} cores, '
+            f'{model.group(1) if model else "unknown processor"}, load {load:.1f} at the start. Debian {debian}, '
+            f'Linux {platform.release().split("-")[0]}, {first_line("c++", "--version")}; {packages}.')
+    return textwrap.fill(text, 118)
+
+
+def main(arguments):
+    if len(arguments) != 2:
+        sys.exit(__doc__)
+    figures = Figures(json.loads(pathlib.Path(arguments[0]).read_text()), pathlib.Path(arguments[1]).read_text(),
+                      instructions.read_kept())
+    goals = goal_rows(figures)
+    parts = {
+        'machine': machine(figures),
+        'goals': table(['Work', 'Goal', 'Measured', ''], goals),
+        'times': table(['Work', 'Time', 'Instructions'], time_rows(figures)),
+        'lists': table(['Work', 'Time', 'Instructions'], list_rows(figures)),
+        'line': table(['Master', 'Transactions a second', 'Of libmodbus', 'CPU each', 'Of libmodbus'],
+                      line_rows(figures)),
+        'allocations': table(['Work', 'Allocations each'], allocation_rows(figures)),
+        'ten_lines_rate': f'{figures.counter("host/ten-lines", "per_second"):,.0f}',
+        'panel_memory': f'{figures.counter("host/memory", "panel_kB") / 1024:.1f}',
+    }
+    text = (HERE / 'performance.md.in').read_text()
+    for name, part in parts.items():
+        text = text.replace('{' + name + '}', part)
+    charts.draw_all(figures, PAGE.with_suffix(''))
+    PAGE.write_text(text)
+    print(parts['goals'])
+    met = sum(row[3] == 'met' for row in goals)
+    print(f'bench: {met} of {len(goals)} goals met; written to docs/performance.md')
+
+
+if __name__ == '__main__':
+    main(sys.argv[1:])
