@@ -8,6 +8,7 @@
 #include <QtCore/QMutexLocker>
 #include <QtCore/QPair>
 
+#include <algorithm>
 #include <climits>
 
 namespace {
@@ -238,18 +239,28 @@ private slots:
         QTEST(blocks(group), "after");
     }
 
+    void longGroupsAreSortedToo_data()
+    {
+        QTest::addColumn<int>("entries");
+        QTest::addColumn<int>("step");
+        for (int entries : {100, 127, 128, 129, 1000, 5000}) {
+            for (int step : {-1, 37, 1 << 9, 77777, 1 << 20, INT_MAX})
+                QTest::addRow("%d entries, steps of %d", entries, step) << entries << step;
+        }
+    }
+    // The count numbers the entries, so that the order of equal addresses shows.
     void longGroupsAreSortedToo()
     {
+        QFETCH(int, entries);
+        QFETCH(int, step);
         ReadGroup group;
-        for (int i = 0; i < 1000; ++i)
-            group.push_back(piece(8, {i * 37 % 500, i}));
+        for (int i = 0; i < entries; ++i)
+            group.push_back(piece(8, {int(unsigned(i / 2 * 61 % 97) * unsigned(step)), i}));
+        ReadGroup expected = group;
+        std::stable_sort(expected.begin(), expected.end(),
+                         [](const ReadPiece &left, const ReadPiece &right) { return left.address < right.address; });
         Bubble_Sort(&group);
-        for (int i = 0; i < 1000; ++i) {
-            QCOMPARE(group[size_t(i)].address, i / 2);
-            QCOMPARE(group[size_t(i)].count * 37 % 500, i / 2);
-        }
-        for (int i = 0; i < 1000; i += 2)
-            QCOMPARE(group[size_t(i) + 1].count, group[size_t(i)].count + 500);
+        QCOMPARE(blocks(group), blocks(expected));
     }
 
     void wordEntriesMerge_data()

@@ -5,14 +5,42 @@
 #include "driver/settings.h"
 
 #include <algorithm>
+#include <iterator>
+#include <numeric>
 
 namespace {
+
+enum { SortedByBytes = 128 }; // entries for which that is worth its tables
 
 int rotations = 0; // of readList since its last whole turn; listMutex
 
 bool beforeByAddress(const ReadPiece &left, const ReadPiece &right)
 {
     return left.address < right.address;
+}
+
+/// A byte of the address; the highest one so that negative addresses come first.
+unsigned addressByte(const ReadPiece &piece, int byte)
+{
+    return (unsigned(piece.address) ^ 0x80000000u) >> 8 * byte & 0xFF;
+}
+
+/// Sorts by the lowest byte, then by the next, and so on: a cost for each entry that does not grow with their number.
+void sortByBytes(ReadGroup &group)
+{
+    ReadGroup sorted(group.size());
+    for (int byte = 0; byte < 4; ++byte) {
+        size_t ends[256] = {};
+        for (const ReadPiece &piece : group)
+            ++ends[addressByte(piece, byte)];
+        if (ends[addressByte(group.front(), byte)] == group.size())
+            continue;
+        std::partial_sum(std::begin(ends), std::end(ends), std::begin(ends));
+        // From the back, so that equal ones keep their order.
+        for (auto piece = group.crbegin(); piece != group.crend(); ++piece)
+            sorted[--ends[addressByte(*piece, byte)]] = *piece;
+        group.swap(sorted);
+    }
 }
 
 /// The block that a piece opens.
@@ -103,8 +131,12 @@ void WhetherGroup(int total, int maxLen, const ReadPiece *entry, ReadGroup *grou
 void Bubble_Sort(ReadGroup *group)
 {
     // Screens mostly list their variables in order.
-    if (!std::is_sorted(group->begin(), group->end(), beforeByAddress))
+    if (std::is_sorted(group->begin(), group->end(), beforeByAddress))
+        return;
+    if (group->size() < SortedByBytes)
         std::stable_sort(group->begin(), group->end(), beforeByAddress);
+    else
+        sortByBytes(*group);
 }
 
 int BitVarReCreat(ReadGroup *group, int maxBits, int index)
