@@ -142,6 +142,8 @@ def of_name(cursor, ours):
         if enum.kind == K.ENUM_DECL:
             value = list(target.get_tokens())[-1].spelling
             return [("constant", next_enumerator(enum, value))]
+        if enum.kind in (K.STRUCT_DECL, K.CLASS_DECL):  # a table
+            return []
         return [("constant", f"{name} - 1")]
     return []
 

@@ -112,6 +112,8 @@ class Walker:
             function = function or cursor.spelling
         if kind == K.CASE_STMT:
             children = children[1:]
+        if kind == K.DECL_REF_EXPR:  # its template arguments
+            children = []
         self.expression(cursor, function, in_loop_head)
         self.context(cursor, children, function, result, parent)
         for position, child in enumerate(children):
