@@ -160,7 +160,7 @@ def of_call(source, cursor):
     found = []
     callee = bare(children[0])
     name = cursor.spelling
-    own = ("KeyedStore",)  # has one of each pair only
+    own = ("KeyedRecords", "RequestQueue")  # have one of each pair only
     if name in SIBLINGS and callee.kind in (K.DECL_REF_EXPR, K.MEMBER_REF_EXPR) and (
             cursor.referenced is None or cursor.referenced.semantic_parent.spelling not in own):
         begin, end = cursor.extent.start.offset, cursor.extent.end.offset
