@@ -23,48 +23,48 @@ enum { CrcLength = 2, SumLength = 1 };
 /// array must hold what is written. Every field takes the low bits of its value.
 class FrameWriter {
 public:
-    explicit FrameWriter(QByteArray &frame) : m_first(frame.data()), m_next(m_first) {}
+    explicit FrameWriter(QByteArray &frame) : m_bytes(frame.data()) {}
 
     FrameWriter &u8(int value)
     {
-        *m_next++ = static_cast<char>(value & 0xFF);
+        m_bytes[m_length] = static_cast<char>(value & 0xFF);
+        ++m_length;
         return *this;
     }
     FrameWriter &u16(int value) { return u8(value >> 8).u8(value); }
     FrameWriter &u32(int value) { return u16(value >> 16).u16(value); }
     FrameWriter &bytes(const QByteArray &values)
     {
-        std::memcpy(m_next, values.constData(), size_t(values.size()));
-        m_next += values.size();
+        std::memcpy(m_bytes + m_length, values.constData(), size_t(values.size()));
+        m_length += values.size();
         return *this;
     }
     /// Zeros up to a length; or back to it, when more has been written.
     FrameWriter &fit(int length)
     {
-        if (this->length() < length)
-            std::memset(m_next, 0, size_t(length - this->length()));
-        m_next = m_first + length;
+        if (m_length < length)
+            std::memset(m_bytes + m_length, 0, size_t(length - m_length));
+        m_length = length;
         return *this;
     }
 
     /// CRC-16, low byte first. Of a length above 65535 it covers only the low 16 bits.
     void crc()
     {
-        const unsigned crc = CalCRC(first(), static_cast<unsigned short>(length()));
+        const unsigned crc = CalCRC(unsignedBytes(), static_cast<unsigned short>(m_length));
         u8(int(lowByte(crc))).u8(int(highByte(crc)));
     }
     /// The low byte of the byte sum.
     void sum()
     {
-        const int low = qMin(length(), 0xFFFF);
-        u8(CalSUM(first(), static_cast<unsigned short>(low))
-           + CalSUM(first() + low, static_cast<unsigned short>(length() - low)));
+        const int head = qMin(m_length, 0xFFFF);
+        u8(CalSUM(unsignedBytes(), static_cast<unsigned short>(head))
+           + CalSUM(unsignedBytes() + head, static_cast<unsigned short>(m_length - head)));
     }
 
 private:
-    unsigned char *first() { return reinterpret_cast<unsigned char *>(m_first); }
-    int length() const { return int(m_next - m_first); }
+    unsigned char *unsignedBytes() { return reinterpret_cast<unsigned char *>(m_bytes); }
 
-    char *m_first;
-    char *m_next;
+    char *m_bytes;
+    int m_length = 0;
 };
