@@ -168,3 +168,29 @@ void storeReply(const QByteArray &reply)
 {
     SaveToLocalDataErea(&reply, queuedBit());
 }
+
+Cycle::Cycle(int entries, int stationScope, int remoteMode)
+{
+    driver.settings.stationScope = stationScope;
+    driver.settings.remoteMode = remoteMode;
+    driver.settings.ownStation = remoteMode != 0 ? 2 : 1;
+    for (RW_VAR var : wordReads(0, entries)) {
+        var.addrText = QString::number(var.address);
+        var.subIndex = -1;
+        AddListReadVar(&var);
+    }
+    for (int i = 0; i < entries; ++i)
+        replies += goodReplyTo(*ComCommunication());
+}
+
+void Cycle::turn()
+{
+    for (QByteArray &reply : replies)
+        turnOnce(reply);
+}
+
+void Cycle::turnOnce(QByteArray &reply)
+{
+    ComCommunication();
+    DataCom(&reply, reply.size());
+}

@@ -50,3 +50,14 @@ void readInFlight(int devType, int address, int dataLen, int station = 1, int su
 void writeBehind();
 /// Stores a reply to the frame in flight, with the head of the write queue.
 void storeReply(const QByteArray &reply);
+
+/// A list of reads of one word each, and a good reply to each.
+struct Cycle {
+    DriverFixture driver;
+    QList<QByteArray> replies;
+
+    Cycle(int entries, int stationScope, int remoteMode);
+    /// A transaction for each entry.
+    void turn();
+    static void turnOnce(QByteArray &reply);
+};
