@@ -12,8 +12,8 @@ PanelThread::PanelThread(const Plugin &plugin, const PanelSettings &settings, co
                          std::function<std::unique_ptr<Channel>()> makeChannel, TraceWriter *trace)
     : plugin(plugin), settings(settings), tags(tags), makeChannel(std::move(makeChannel)), trace(trace)
 {
-    kept = {PanelEvent::ValueChanged, PanelEvent::WriteEnded,   PanelEvent::StationSwitched, PanelEvent::StationAnswers,
-            PanelEvent::PortChanged,  PanelEvent::PassFinished, PanelEvent::ReadDone};
+    keepEvents({PanelEvent::ValueChanged, PanelEvent::WriteEnded, PanelEvent::StationSwitched,
+                PanelEvent::StationAnswers, PanelEvent::PortChanged, PanelEvent::PassFinished, PanelEvent::ReadDone});
 }
 
 PanelThread::~PanelThread()
@@ -157,28 +157,31 @@ QList<PanelEvent> PanelThread::takeEvents(int milliseconds)
 
 void PanelThread::keepEvents(const QSet<int> &kinds)
 {
-    const QMutexLocker locker(&mutex);
-    kept = kinds;
+    unsigned bits = 0;
+    for (const int kind : kinds)
+        bits |= 1U << kind;
+    kept = bits;
 }
 
 void PanelThread::addEvent(PanelEvent event)
 {
     event.moment = panel->now();
-    const QMutexLocker locker(&mutex);
-    if (event.kind == PanelEvent::PortChanged)
-        portError = event.text;
-    if (!kept.contains(event.kind))
-        return;
-    if (events.size() >= EventLimit) {
-        ++lost;
-        return;
+    {
+        const QMutexLocker locker(&mutex);
+        if (events.size() >= EventLimit) {
+            ++lost;
+            return;
+        }
+        events.enqueue(std::move(event));
     }
-    events.enqueue(std::move(event));
+    // Not under the mutex: whoever wakes takes it first of all.
     happened.wakeAll();
 }
 
 void PanelThread::valueChanged(int tag)
 {
+    if (!keeps(PanelEvent::ValueChanged))
+        return;
     PanelEvent event(PanelEvent::ValueChanged, tag);
     event.value = panel->values().at(tag);
     addEvent(event);
@@ -186,6 +189,8 @@ void PanelThread::valueChanged(int tag)
 
 void PanelThread::writeEnded(const WriteEntry &write)
 {
+    if (!keeps(PanelEvent::WriteEnded))
+        return;
     PanelEvent event(PanelEvent::WriteEnded, write.id);
     event.write = write;
     addEvent(event);
@@ -193,16 +198,24 @@ void PanelThread::writeEnded(const WriteEntry &write)
 
 void PanelThread::stationSwitched(int station, bool on)
 {
-    addEvent(PanelEvent(PanelEvent::StationSwitched, station, on));
+    if (keeps(PanelEvent::StationSwitched))
+        addEvent(PanelEvent(PanelEvent::StationSwitched, station, on));
 }
 
 void PanelThread::stationAnswers(int station, bool does)
 {
-    addEvent(PanelEvent(PanelEvent::StationAnswers, station, does));
+    if (keeps(PanelEvent::StationAnswers))
+        addEvent(PanelEvent(PanelEvent::StationAnswers, station, does));
 }
 
 void PanelThread::portChanged(bool isOpen, const QString &error)
 {
+    {
+        const QMutexLocker locker(&mutex);
+        portError = error;
+    }
+    if (!keeps(PanelEvent::PortChanged))
+        return;
     PanelEvent event(PanelEvent::PortChanged, 0, isOpen);
     event.text = error;
     addEvent(event);
@@ -210,11 +223,14 @@ void PanelThread::portChanged(bool isOpen, const QString &error)
 
 void PanelThread::passFinished()
 {
-    addEvent(PanelEvent(PanelEvent::PassFinished));
+    if (keeps(PanelEvent::PassFinished))
+        addEvent(PanelEvent(PanelEvent::PassFinished));
 }
 
 void PanelThread::requestServed(const RW_VAR &var, const Transaction &transaction, int resultCode)
 {
+    if (!keeps(PanelEvent::Served))
+        return;
     PanelEvent event(PanelEvent::Served, var.station, resultCode != 0);
     event.outcome = transaction.outcome;
     event.replyTime = transaction.replyTime;
@@ -223,5 +239,6 @@ void PanelThread::requestServed(const RW_VAR &var, const Transaction &transactio
 
 void PanelThread::readDone(int id, bool isAnswered)
 {
-    addEvent(PanelEvent(PanelEvent::ReadDone, id, isAnswered));
+    if (keeps(PanelEvent::ReadDone))
+        addEvent(PanelEvent(PanelEvent::ReadDone, id, isAnswered));
 }

@@ -93,6 +93,7 @@ private:
     void passFinished() override;
     void requestServed(const RW_VAR &var, const Transaction &transaction, int resultCode) override;
     void readDone(int id, bool isAnswered) override;
+    bool keeps(PanelEvent::Kind kind) const { return (kept >> kind & 1) != 0; }
     void addEvent(PanelEvent event);
     void publish();
     bool carryOutActions();
@@ -106,6 +107,7 @@ private:
 
     bool endsWithPass = false;
     std::atomic<bool> stopping{false};
+    std::atomic<unsigned> kept; ///< A bit for each kind of event; looked at before an event is made.
     mutable QMutex mutex; ///< Guards what follows.
     QWaitCondition started, happened;
     Channel *channel = nullptr; ///< While the thread has one; only to wake it.
@@ -114,7 +116,6 @@ private:
     QString portError;
     QQueue<std::function<void(Panel &)>> actions;
     QQueue<PanelEvent> events;
-    QSet<int> kept;
     std::atomic<qint64> lost{0};
     PanelSnapshot published;
     QElapsedTimer sincePublished;

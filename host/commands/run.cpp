@@ -62,6 +62,12 @@ public:
     int run()
     {
         QString error;
+        // Every event wakes this thread: a pass that nobody is told of need not.
+        QSet<int> printed{PanelEvent::ValueChanged, PanelEvent::WriteEnded, PanelEvent::StationSwitched,
+                          PanelEvent::StationAnswers, PanelEvent::PortChanged};
+        if (options.showsPasses)
+            printed.insert(PanelEvent::PassFinished);
+        thread->keepEvents(printed);
         if (!thread->start(&error))
             return complain(error, ExitPort);
         QElapsedTimer sinceStart;
@@ -94,8 +100,6 @@ private:
     void printEvents(int milliseconds)
     {
         for (const PanelEvent &event : thread->takeEvents(milliseconds)) {
-            if (event.kind == PanelEvent::PassFinished && !options.showsPasses)
-                continue;
             const QJsonObject object = eventObject(event, tags, thread->now());
             if (!object.isEmpty())
                 printJson(object);
