@@ -49,7 +49,7 @@ Transaction Line::transact(const Request &request)
     result.outcome = Outcome::PortGone;
     if (listenForSilence(exchange) && send(exchange))
         result.outcome = awaitOutcome(exchange);
-    result.doneAt = channel.now();
+    result.doneAt = now();
 
     if (result.outcome == Outcome::PortGone) {
         exchange.discardAll(Discarded::Noise);
@@ -69,7 +69,7 @@ Transaction Line::transact(const Request &request)
 /// False when the port is gone.
 bool Line::listenForSilence(Exchange &exchange)
 {
-    const qint64 start = channel.now();
+    const qint64 start = now();
     if (lastByteAt < 0)
         lastByteAt = start;
     // A line that is never silent must not stop the panel for ever: its requests then fail, and are counted.
@@ -84,7 +84,7 @@ bool Line::listenForSilence(Exchange &exchange)
         exchange.discardAll(exchange.bytesAt < quietUntil ? Discarded::Late : Discarded::BeforeRequest);
         if (heard == Heard::PortGone)
             return false;
-        if (channel.now() >= qMin(qMax(quietUntil, lastByteAt + silence), giveUpAt))
+        if (isPast(qMin(qMax(quietUntil, lastByteAt + silence), giveUpAt)))
             return true;
     }
 }
@@ -93,11 +93,11 @@ bool Line::listenForSilence(Exchange &exchange)
 bool Line::send(Exchange &exchange)
 {
     const QByteArray &frame = exchange.request.frame;
-    exchange.result.sentAt = channel.now();
+    exchange.result.sentAt = now();
     if (!channel.send(frame))
         return false;
     // The system takes the bytes at once; they leave at the baud rate.
-    exchange.requestEnd = channel.now() + settings.charactersTime(frame.size());
+    exchange.requestEnd = now() + settings.charactersTime(frame.size());
     lastByteAt = exchange.requestEnd;
     return true;
 }
@@ -117,7 +117,7 @@ Outcome Line::awaitOutcome(Exchange &exchange)
 Outcome Line::passTurnaround(Exchange &exchange)
 {
     const qint64 until = exchange.requestEnd + microseconds(settings.turnaround);
-    while (channel.now() < until)
+    while (!isPast(until))
         if (receive(exchange, until) == Heard::PortGone)
             return Outcome::PortGone;
     if (settings.hasEcho) {
@@ -139,7 +139,7 @@ Line::Heard Line::takeEcho(Exchange &exchange)
     while (!exchange.bytes.startsWith(frame) && !isOver) {
         if (receive(exchange, until) == Heard::PortGone)
             return Heard::PortGone;
-        isOver = channel.now() >= until;
+        isOver = isPast(until);
     }
     if (!exchange.bytes.startsWith(frame)) {
         exchange.discardAll(Discarded::Echo);
@@ -169,14 +169,14 @@ Outcome Line::awaitReply(Exchange &exchange)
             verdict = judge(request, exchange.bytes, crc);
             if (lastByteAt < (isWhole(verdict.kind) ? limit + pause : limit))
                 continue;
-        } else if (channel.now() < until) {
+        } else if (!isPast(until)) {
             continue;
         }
         if (verdict.kind != ReplyKind::Foreign)
             return conclude(exchange, verdict);
         exchange.discardAll(Discarded::Foreign);
         verdict = ReplyVerdict();
-        if (channel.now() >= limit)
+        if (isPast(limit))
             return Outcome::Timeout;
     }
 }
@@ -211,12 +211,24 @@ Line::Heard Line::receive(Exchange &exchange, qint64 until)
     const QByteArray chunk = channel.receiveUntil(until);
     if (chunk.isEmpty())
         return channel.isOpen() ? Heard::Nothing : Heard::PortGone;
-    lastByteAt = channel.now();
+    lastByteAt = now();
     if (exchange.bytes.isEmpty())
         exchange.bytesAt = lastByteAt;
     exchange.bytes += chunk;
     exchange.result.bytesReceived += chunk.size();
     return Heard::Bytes;
+}
+
+qint64 Line::now()
+{
+    latest = channel.now();
+    return latest;
+}
+
+/// Reads the clock only where what it showed last does not tell.
+bool Line::isPast(qint64 moment)
+{
+    return latest >= moment || now() >= moment;
 }
 
 QString outcomeName(Outcome outcome)

@@ -49,6 +49,8 @@ private:
     Outcome awaitReply(Exchange &exchange);
     Outcome conclude(Exchange &exchange, const ReplyVerdict &verdict);
     Heard receive(Exchange &exchange, qint64 until);
+    qint64 now();
+    bool isPast(qint64 moment);
 
     Channel &channel;
     const LineSettings settings;
@@ -56,6 +58,7 @@ private:
     const qint64 silence;      ///< Microseconds of settings.silentInterval().
     qint64 quietUntil = 0;     ///< No request before this moment.
     bool isOneMissing = false; ///< The last reply did not come (whole), and may still.
+    qint64 latest = 0;         ///< What the clock showed last.
     qint64 lastByteAt = -1;    ///< Of either side; -1 = not known since the port was opened.
 };
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -12,7 +13,7 @@ namespace {
 
 /// A port that takes no byte for this long, beyond the time that the frame needs, is as good as gone.
 constexpr qint64 StuckMicroseconds = 1000000;
-constexpr short GoneEvents = POLLERR | POLLHUP | POLLNVAL;
+constexpr quint32 GoneEvents = EPOLLERR | EPOLLHUP;
 
 bool isPassing(int error)
 {
@@ -27,18 +28,38 @@ bool isPseudoTerminal(int descriptor)
            && major(state.st_rdev) <= LastMajor;
 }
 
+bool watch(int watchDescriptor, int descriptor, quint32 events)
+{
+    epoll_event event = {};
+    event.events = events;
+    event.data.fd = descriptor;
+    return ::epoll_ctl(watchDescriptor, EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+/// As epoll_pwait2, also where the kernel does not have it, before 5.11.
+int waitOn(int watchDescriptor, epoll_event *events, int most, const timespec &time)
+{
+    const int count = ::epoll_pwait2(watchDescriptor, events, most, &time, nullptr);
+    if (count >= 0 || errno != ENOSYS)
+        return count;
+    pollfd entry = {watchDescriptor, POLLIN, 0};
+    const int ready = ::ppoll(&entry, 1, &time, nullptr);
+    return ready > 0 ? ::epoll_wait(watchDescriptor, events, most, 0) : ready;
+}
+
 } // namespace
 
 SerialChannel::SerialChannel(const LineSettings &settings)
     : settings(settings), wakeDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      abortDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+      abortDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), watchDescriptor(::epoll_create1(EPOLL_CLOEXEC))
 {
+    watch(watchDescriptor, abortDescriptor, EPOLLIN);
     clock.start();
 }
 
 SerialChannel::~SerialChannel()
 {
-    for (const int descriptor : {wakeDescriptor, abortDescriptor})
+    for (const int descriptor : {wakeDescriptor, abortDescriptor, watchDescriptor})
         if (descriptor >= 0)
             ::close(descriptor);
 }
@@ -47,9 +68,12 @@ bool SerialChannel::open(QString *error)
 {
     close();
     port.reset(new QSerialPort(settings.port));
-    if (port->open(QIODevice::ReadWrite) && setUp())
+    const bool isSetUp = port->open(QIODevice::ReadWrite) && setUp();
+    untold = 0;
+    // Only what is new: the port is then not asked again after each read. Closing it ends the watch.
+    if (isSetUp && watch(watchDescriptor, port->handle(), EPOLLIN | EPOLLET))
         return true;
-    QString reason = port->errorString();
+    QString reason = isSetUp ? qt_error_string(errno) : port->errorString();
     // Only this text tells a lock of another program from missing rights.
     if (reason.contains(QLatin1String("locking the device")))
         reason = QStringLiteral("another program has it open");
@@ -79,15 +103,22 @@ void SerialChannel::close()
 
 qint64 SerialChannel::now()
 {
-    return clock.nsecsElapsed() / 1000;
+    latest = clock.nsecsElapsed() / 1000;
+    return latest;
+}
+
+timespec SerialChannel::timeUntil(qint64 moment)
+{
+    // A moment that was passed when the clock was last read is passed.
+    const qint64 rest = moment <= latest ? 0 : qMax<qint64>(0, moment - now());
+    return {static_cast<time_t>(rest / 1000000), static_cast<long>(rest % 1000000 * 1000)};
 }
 
 /// The descriptor's events; 0 when the moment has come.
 short SerialChannel::waitFor(int descriptor, short events, qint64 moment)
 {
     for (;;) {
-        const qint64 rest = qMax<qint64>(0, moment - now());
-        const timespec time = {static_cast<time_t>(rest / 1000000), static_cast<long>(rest % 1000000 * 1000)};
+        const timespec time = timeUntil(moment);
         pollfd entries[] = {{descriptor, events, 0}, {abortDescriptor, POLLIN, 0}};
         const int count = ::ppoll(entries, 2, &time, nullptr);
         if (count >= 0)
@@ -97,18 +128,41 @@ short SerialChannel::waitFor(int descriptor, short events, qint64 moment)
     }
 }
 
+/// What is new on the port; 0 when the moment has come. It is watched all the time: a look costs a fifth of a poll.
+quint32 SerialChannel::waitForBytes(qint64 moment)
+{
+    for (;;) {
+        const timespec time = timeUntil(moment);
+        epoll_event events[2];
+        const int count = waitOn(watchDescriptor, events, 2, time);
+        for (int i = 0; i < count; ++i)
+            if (events[i].data.fd == abortDescriptor)
+                return EPOLLHUP;
+        if (count >= 0)
+            return count > 0 ? events[0].events : 0;
+        if (errno != EINTR)
+            return EPOLLERR;
+    }
+}
+
 bool SerialChannel::send(const QByteArray &bytes)
 {
-    const qint64 giveUpAt = now() + settings.charactersTime(bytes.size()) + StuckMicroseconds;
+    qint64 giveUpAt = -1;
     int sent = 0;
     while (isOpen() && sent < bytes.size()) {
         const int descriptor = port->handle();
         const ssize_t count = ::write(descriptor, bytes.constData() + sent, size_t(bytes.size() - sent));
         if (count > 0) {
             sent += int(count);
-        } else if (count < 0 && !isPassing(errno)) {
+            continue;
+        }
+        if (count < 0 && !isPassing(errno)) {
             close();
-        } else if (waitFor(descriptor, POLLOUT, giveUpAt) != POLLOUT || now() >= giveUpAt) {
+            break;
+        }
+        if (giveUpAt < 0)
+            giveUpAt = now() + settings.charactersTime(bytes.size()) + StuckMicroseconds;
+        if (waitFor(descriptor, POLLOUT, giveUpAt) != POLLOUT || now() >= giveUpAt) {
             // Closing would wait for the bytes that nobody takes.
             ::tcflush(descriptor, TCIOFLUSH);
             close();
@@ -123,13 +177,18 @@ QByteArray SerialChannel::receiveUntil(qint64 moment)
         // An event loop of this thread would have let Qt read them.
         if (port->bytesAvailable() > 0)
             return port->readAll();
-        const short events = waitFor(port->handle(), POLLIN, moment);
+        const quint32 events = untold != 0 ? untold : waitForBytes(moment);
         if (events == 0)
             break;
+        untold = 0;
         char bytes[4096];
         const ssize_t count = ::read(port->handle(), bytes, sizeof bytes);
-        if (count > 0)
+        if (count > 0) {
+            // More may wait, or a hang-up, and would not be told again.
+            if (size_t(count) == sizeof bytes || (events & GoneEvents) != 0)
+                untold = events;
             return QByteArray(bytes, int(count));
+        }
         // Readable, and nothing to read: the end of the file. A port that was hung up stays like this.
         if (count == 0 || (events & GoneEvents) != 0 || !isPassing(errno))
             close();

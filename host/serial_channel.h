@@ -7,6 +7,7 @@
 #include <QtCore/QElapsedTimer>
 #include <QtSerialPort/QSerialPort>
 
+#include <ctime>
 #include <memory>
 
 /// Qt opens the port and sets it up. Sending and waiting go to its descriptor: Qt waits in whole milliseconds only, and
@@ -32,11 +33,16 @@ public:
 
 private:
     bool setUp();
+    timespec timeUntil(qint64 moment);
     short waitFor(int descriptor, short events, qint64 moment);
+    quint32 waitForBytes(qint64 moment);
 
     const LineSettings settings;
     std::unique_ptr<QSerialPort> port; ///< Only while open: made by the thread that opens it.
     QElapsedTimer clock;               ///< Runs on while the port is closed: moments never go back.
+    qint64 latest = 0;                 ///< What it showed last.
+    quint32 untold = 0;                ///< Events of the port that will not be told again.
     const int wakeDescriptor;
     const int abortDescriptor;
+    const int watchDescriptor; ///< Tells of bytes, and of an abort.
 };

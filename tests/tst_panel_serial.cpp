@@ -101,10 +101,12 @@ private slots:
     void portIsSetUp();
     void parityDoesNotKeepAPseudoTerminalFromOpening();
     void everyByteGoesBothWays();
+    void everyByteOfALongBurstComes();
     void waitEndsAtItsMoment();
     void pastMomentOnlyLooks();
     void bytesThatQtHasReadAreNotLost();
     void hangUpIsNoticedWhileWaiting();
+    void hangUpBehindBytesIsNoticed();
     void hangUpIsNoticedWhileSending();
     void closedPortAnswersAtOnce();
     void portThatTakesNothingIsGivenUp();
@@ -206,6 +208,18 @@ void TstPanelSerial::everyByteGoesBothWays()
     QCOMPARE(receive(*channel, 256), allBytes());
 }
 
+// More than one read takes.
+void TstPanelSerial::everyByteOfALongBurstComes()
+{
+    QByteArray bytes;
+    while (bytes.size() < 64 * 1024)
+        bytes += allBytes();
+    std::thread other([&] { terminal->send(bytes); });
+    const QByteArray received = receive(*channel, bytes.size());
+    other.join();
+    QVERIFY(received == bytes);
+}
+
 void TstPanelSerial::waitEndsAtItsMoment()
 {
     const qint64 moment = channel->now() + 30000;
@@ -247,6 +261,17 @@ void TstPanelSerial::hangUpIsNoticedWhileWaiting()
     QCOMPARE(bytes, QByteArray());
     QVERIFY(!channel->isOpen());
     QVERIFY(channel->now() < start + 30 * Second);
+}
+
+void TstPanelSerial::hangUpBehindBytesIsNoticed()
+{
+    terminal->send("abc");
+    terminal->hangUp();
+    const qint64 until = channel->now() + 60 * Second;
+    while (channel->isOpen() && channel->now() < until)
+        channel->receiveUntil(until);
+    QVERIFY(!channel->isOpen());
+    QVERIFY(channel->now() < until - 30 * Second);
 }
 
 void TstPanelSerial::hangUpIsNoticedWhileSending()
