@@ -22,6 +22,9 @@ public:
     /// Waits for bytes until the moment: whatever came first, or nothing when the moment has come or the port is gone.
     /// A moment in the past only looks.
     virtual QByteArray receiveUntil(qint64 moment) = 0;
+    /// Whatever comes before the moment is not wanted earlier: a channel that would wake up for every byte sleeps,
+    /// until then or until the port is gone. It may return at once.
+    virtual void restUntil(qint64) {}
     /// Returns at the moment, or earlier when wake() was called from another thread.
     virtual void sleepUntil(qint64 moment) = 0;
     virtual void wake() {}

@@ -162,6 +162,7 @@ Outcome Line::awaitReply(Exchange &exchange)
     for (;;) {
         const qint64 end = isWhole(verdict.kind) ? limit + pause : limit;
         const qint64 until = verdict.kind == ReplyKind::Incomplete ? end : qMin(lastByteAt + pause, end);
+        awaitRest(exchange, verdict.missing, limit);
         const Heard heard = receive(exchange, until);
         if (heard == Heard::PortGone)
             return Outcome::PortGone;
@@ -217,6 +218,16 @@ Line::Heard Line::receive(Exchange &exchange, qint64 until)
     exchange.bytes += chunk;
     exchange.result.bytesReceived += chunk.size();
     return Heard::Bytes;
+}
+
+/// Each byte would wake the host, hundreds of times a reply. What is missing cannot be there before the line has
+/// carried it; the first of it may be on its way.
+void Line::awaitRest(const Exchange &exchange, int missing, qint64 limit)
+{
+    // A line that was faster than its baud rate is none: a pseudo-terminal.
+    const bool isPaced = lastByteAt >= exchange.requestEnd + settings.charactersTime(exchange.bytes.size());
+    if (missing > 1 && isPaced)
+        channel.restUntil(qMin(lastByteAt + settings.charactersTime(missing - 1), limit));
 }
 
 qint64 Line::now()

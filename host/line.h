@@ -49,6 +49,7 @@ private:
     Outcome awaitReply(Exchange &exchange);
     Outcome conclude(Exchange &exchange, const ReplyVerdict &verdict);
     Heard receive(Exchange &exchange, qint64 until);
+    void awaitRest(const Exchange &exchange, int missing, qint64 limit);
     qint64 now();
     bool isPast(qint64 moment);
 

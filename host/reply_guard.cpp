@@ -77,9 +77,13 @@ bool isRequestItself(const Request &request, const QByteArray &bytes, int start)
     return !isSingleWrite && bytes.size() - start == request.frame.size() && bytes.endsWith(request.frame);
 }
 
-ReplyKind kindByLength(int size, int len)
+/// Of bytes that start like the answer, and are not it.
+ReplyVerdict verdictByLength(int size, int len)
 {
-    return size < len ? ReplyKind::Incomplete : size == len ? ReplyKind::BadCrc : ReplyKind::TooLong;
+    ReplyVerdict verdict;
+    verdict.kind = size < len ? ReplyKind::Incomplete : size == len ? ReplyKind::BadCrc : ReplyKind::TooLong;
+    verdict.missing = qMax(0, len - size);
+    return verdict;
 }
 
 } // namespace
@@ -104,10 +108,10 @@ ReplyVerdict judgeReply(const Request &request, const QByteArray &bytes, CrcFunc
     if (isRequestItself(request, bytes, 0))
         return {ReplyKind::Foreign};
     if (answerFits(request, bytes, 0))
-        return {kindByLength(size, len)};
+        return verdictByLength(size, size == 1 ? qMin(len, ExceptionLen) : len);
     // Longer than an exception reply, it may as well be an answer whose function came damaged.
     if (exceptionFits(request, bytes, 0) && size <= ExceptionLen)
-        return {kindByLength(size, ExceptionLen)};
+        return verdictByLength(size, ExceptionLen);
     return {ReplyKind::Foreign};
 }
 
@@ -119,7 +123,7 @@ ReplyVerdict judgeLength(const Request &request, const QByteArray &bytes, CrcFun
     const int len = request.replyLen < 0 ? size : request.replyLen;
     if (size == len && isSealed(bytes, 0, crc))
         return {ReplyKind::Good};
-    return {kindByLength(size, len)};
+    return verdictByLength(size, len);
 }
 
 QString exceptionText(int code)

@@ -31,6 +31,7 @@ struct ReplyVerdict {
     ReplyKind kind = ReplyKind::Incomplete;
     int start = 0;         ///< Good and Exception: where the answer begins; bytes before it are noise.
     int exceptionCode = 0; ///< Exception only.
+    int missing = 0;       ///< Incomplete: bytes that it lacks at least; 0 = not known.
 };
 
 /// Judges all bytes that came since the request was sent and its echo removed. The answer may stand behind other bytes

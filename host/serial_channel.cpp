@@ -198,6 +198,13 @@ QByteArray SerialChannel::receiveUntil(qint64 moment)
     return QByteArray();
 }
 
+void SerialChannel::restUntil(qint64 moment)
+{
+    // Asked for no event, the port still tells that it is gone.
+    if (isOpen())
+        waitFor(port->handle(), 0, moment);
+}
+
 void SerialChannel::sleepUntil(qint64 moment)
 {
     if (waitFor(wakeDescriptor, POLLIN, moment) == 0)

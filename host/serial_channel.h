@@ -25,6 +25,7 @@ public:
     qint64 now() override;
     bool send(const QByteArray &bytes) override;
     QByteArray receiveUntil(qint64 moment) override;
+    void restUntil(qint64 moment) override;
     void sleepUntil(qint64 moment) override;
     /// Ends a sleep; one that has not begun yet ends at once.
     void wake() override;

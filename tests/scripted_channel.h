@@ -18,6 +18,8 @@ public:
     qint64 goneAt = -1;      ///< The port goes away at this moment; -1 = never.
     bool goesOnSend = false; ///< The port goes away under the next send.
     QList<Sent> sent;
+    QList<qint64> rests;     ///< Moments until which a rest was asked for.
+    bool takesRests = false; ///< A rest passes the time; otherwise it ends at once.
 
     /// Bytes that reach the host at a moment.
     void at(qint64 when, const QByteArray &bytes) { arrivals.insert(when, arrivals.value(when) + bytes); }
@@ -52,6 +54,13 @@ public:
         while (isOpen() && !arrivals.isEmpty() && arrivals.firstKey() <= moment)
             bytes += arrivals.take(arrivals.firstKey());
         return bytes;
+    }
+
+    void restUntil(qint64 until) override
+    {
+        rests.append(until);
+        if (takesRests)
+            moment = qMax(moment, goneAt >= 0 ? qMin(until, goneAt) : until);
     }
 
     void sleepUntil(qint64 until) override { moment = qMax(moment, until); }

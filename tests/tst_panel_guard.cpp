@@ -124,6 +124,8 @@ class TstPanelGuard : public QObject {
     Q_OBJECT
 
 private slots:
+    void missingBytesAreTold_data();
+    void missingBytesAreTold();
     void readReplyIsJudged_data();
     void readReplyIsJudged();
     void writeReplyIsJudged_data();
@@ -151,6 +153,35 @@ void TstPanelGuard::judgesTheRow()
     QFETCH(Request, request);
     QFETCH(QByteArray, bytes);
     QTEST(verdictOf(request, bytes), "verdict");
+}
+
+void TstPanelGuard::missingBytesAreTold_data()
+{
+    QTest::addColumn<Request>("request");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("missing");
+    const auto row = [](const char *name, const Request &request, const char *bytes, int missing) {
+        QTest::newRow(name) << request << hex(bytes) << missing;
+    };
+    row("the station alone may begin an exception", words(), "01", 4);
+    row("the function tells", words(), "01 03", 11);
+    row("all but one", words(), "01 03 08 11 22 33 44 55 66 77 88 74", 1);
+    row("all", words(), WordsReply, 0);
+    row("a wrong CRC", words(), "01 03 08 11 22 33 44 55 66 77 88 74 9D", 0);
+    row("one too many", words(), "01 03 08 11 22 33 44 55 66 77 88 74 9C 00", 0);
+    row("an exception's function", words(), "01 83", 3);
+    row("an exception", words(), ExceptionReply, 0);
+    row("another station", words(), "02", 0);
+    row("an answer as short as an exception", noBits(), "01", 4);
+    row("any length", anyLength(), "01 03", 2);
+    row("any length, long enough", anyLength(), "01 03 02 12", 0);
+}
+
+void TstPanelGuard::missingBytesAreTold()
+{
+    QFETCH(Request, request);
+    QFETCH(QByteArray, bytes);
+    QTEST(judgeReply(request, bytes, bitwiseCrc).missing, "missing");
 }
 
 void TstPanelGuard::readReplyIsJudged_data()

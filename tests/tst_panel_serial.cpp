@@ -112,6 +112,8 @@ private slots:
     void portThatTakesNothingIsGivenUp();
     void portThatCameBackIsOpenedAgain();
     void momentsGoOnWhileThePortIsClosed();
+    void restEndsAtItsMomentWhateverComes();
+    void hangUpEndsARest();
     void sleepEndsAtItsMoment();
     void wakeEndsASleep();
     void wakeBeforeASleepIsNotLost();
@@ -335,6 +337,39 @@ void TstPanelSerial::momentsGoOnWhileThePortIsClosed()
     QVERIFY(channel->now() >= before);
     QVERIFY2(channel->open(&error), qPrintable(error));
     QVERIFY(channel->now() >= before);
+}
+
+void TstPanelSerial::restEndsAtItsMomentWhateverComes()
+{
+    std::thread other([this] {
+        for (const char byte : {'a', 'b', 'c'}) {
+            ::usleep(5000);
+            terminal->send(QByteArray(1, byte));
+        }
+    });
+    const qint64 moment = channel->now() + 100000;
+    channel->restUntil(moment);
+    QVERIFY(channel->now() >= moment);
+    other.join();
+    QCOMPARE(receive(*channel, 3), QByteArray("abc"));
+    channel->restUntil(0);
+    QVERIFY(channel->now() < moment + 5 * Second);
+}
+
+void TstPanelSerial::hangUpEndsARest()
+{
+    std::thread other([this] {
+        ::usleep(50000);
+        terminal->hangUp();
+    });
+    const qint64 start = channel->now();
+    channel->restUntil(start + 60 * Second);
+    other.join();
+    QVERIFY(channel->now() < start + 30 * Second);
+    QCOMPARE(channel->receiveUntil(start + 60 * Second), QByteArray());
+    QVERIFY(!channel->isOpen());
+    channel->restUntil(start + 60 * Second);
+    QVERIFY(channel->now() < start + 30 * Second);
 }
 
 void TstPanelSerial::sleepEndsAtItsMoment()
