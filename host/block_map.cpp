@@ -4,12 +4,6 @@ namespace {
 
 enum { BitAreas = 7, BitsInWord = 16, SpecialBase = 13, ElementsInSpecial = 2, BitsInByte = 8 };
 
-QByteArray keyOf(const CellRange &range)
-{
-    const int numbers[] = {range.station, range.base, range.first, range.last};
-    return QByteArray(reinterpret_cast<const char *>(numbers), sizeof numbers);
-}
-
 /// True when the ranges together have every cell of the wanted one.
 bool covers(const QVector<CellRange> &ranges, const QVector<int> &chosen, const CellRange &wanted)
 {
@@ -60,7 +54,8 @@ BlockMap::BlockMap(const QList<RW_VAR> &blocks, const QList<Tag> &tags)
     QHash<QPair<int, int>, QVector<int>> ofArea;
     for (const RW_VAR &block : blocks) {
         const CellRange range = cellsOfBlock(block);
-        index.insert(keyOf(range), ranges.size());
+        index.insert(range, ranges.size());
+        ++stationBlocks[range.station];
         ofArea[{range.station, range.base}].append(ranges.size());
         ranges.append(range);
     }
@@ -80,5 +75,5 @@ BlockMap::BlockMap(const QList<RW_VAR> &blocks, const QList<Tag> &tags)
 
 int BlockMap::blockOf(const RW_VAR &block) const
 {
-    return index.value(keyOf(cellsOfBlock(block)), -1);
+    return index.value(cellsOfBlock(block), -1);
 }

@@ -2,7 +2,7 @@
 
 namespace {
 
-enum { IdleMicroseconds = 5000 };
+enum { IdleMicroseconds = 5000, LongestLook = 256 };
 enum ResultCode { RepeatPending = 0, GoodReply = 1, GoodNotStored = 100 };
 enum { BitAreas = 7, ReadCoils = 1, ReadRegisters = 3 };
 
@@ -56,6 +56,8 @@ Panel::Panel(const Plugin &plugin, const PanelSettings &settings, const QList<Ta
       session(plugin, settings.comInfo(), trace, [&channel] { return channel.now(); }),
       line(channel, settings.line, plugin.calCrc), listener(&nobody), tagValues(tags.size())
 {
+    // With a reserve, emptying it keeps its memory.
+    looked.reserve(LongestLook);
     for (const Tag &tag : tagList) {
         looks << piecesOf(tag, settings, PieceUse::Look);
         requests << piecesOf(tag, settings, PieceUse::Request);
@@ -228,8 +230,9 @@ void Panel::countPass(const RW_VAR &var, qint64 at)
     if (stationStates.value(var.station).isOn)
         ++servedInPass;
     int wanted = 0;
-    for (int block = 0; block < blocks.size(); ++block)
-        wanted += stationStates.value(blockMap.range(block).station).isOn;
+    const QMap<int, int> &blocksOfStations = blockMap.blocksOfStations();
+    for (auto station = blocksOfStations.begin(); station != blocksOfStations.end(); ++station)
+        wanted += stationStates.value(station.key()).isOn ? station.value() : 0;
     if (servedInPass < wanted)
         return;
     counted.passTime.add(at - passStartedAt);

@@ -102,8 +102,8 @@ private:
     void blockAnswered(const RW_VAR &var, qint64 at);
     void blockFailed(const RW_VAR &var, Reason reason, int exceptionCode);
     void spoilCells(const CellRange &cells, int writeId);
-    QByteArray imageBytes(int tag);
-    void readTagFromImage(int tag, qint64 readAt);
+    void lookAtImage(int tag);
+    void readTagFromImage(int tag, qint64 readAt, qint64 now);
     void setQuality(int tag, Quality quality, Reason reason, int exceptionCode = 0);
     void refreshAges();
 
@@ -132,6 +132,7 @@ private:
     BlockMap blockMap;
     QVector<BlockState> blocks;
     QVector<TagValue> tagValues;
+    QByteArray looked; ///< What lookAtImage found; used again and again, so that it is not allocated for each tag.
     QVector<QVector<TagPiece>> looks, requests; ///< Pieces of each tag, see PieceUse.
     QMap<int, StationState> stationStates;
     Ledger ledger;

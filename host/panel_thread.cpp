@@ -68,7 +68,7 @@ void PanelThread::run()
     while (isOpen && !stopping && !(endsWithPass && ownPanel.isPassComplete())) {
         const bool hasActed = carryOutActions();
         ownPanel.step();
-        if (hasActed || sincePublished.elapsed() >= PublishMilliseconds)
+        if (isLookedAt && (hasActed || sincePublished.elapsed() >= PublishMilliseconds))
             publish();
     }
     // Whoever waits for an action must not wait for ever.
@@ -82,10 +82,13 @@ void PanelThread::run()
 
 bool PanelThread::carryOutActions()
 {
+    if (!hasActions)
+        return false;
     QQueue<std::function<void(Panel &)>> due;
     {
         const QMutexLocker locker(&mutex);
         due.swap(actions);
+        hasActions = false;
     }
     for (const auto &action : qAsConst(due))
         action(*panel);
@@ -96,6 +99,7 @@ void PanelThread::post(std::function<void(Panel &)> action)
 {
     const QMutexLocker locker(&mutex);
     actions.enqueue(std::move(action));
+    hasActions = true;
     if (channel)
         channel->wake();
 }

@@ -62,6 +62,8 @@ public:
     bool start(QString *error);
     /// Before start: the thread ends by itself once every tag has been read or has failed.
     void endAfterPass() { endsWithPass = true; }
+    /// Before start: between start and end nobody looks at snapshot(), and no copies are made for it.
+    void keepNoSnapshots() { isLookedAt = false; }
     /// Ends after the request in flight, or after a second without it. What it counted stays in snapshot().
     void stop();
     bool isRunning() const { return QThread::isRunning(); }
@@ -106,15 +108,17 @@ private:
     Panel *panel = nullptr; ///< Panel's thread only.
 
     bool endsWithPass = false;
+    bool isLookedAt = true;
     std::atomic<bool> stopping{false};
     std::atomic<unsigned> kept; ///< A bit for each kind of event; looked at before an event is made.
-    mutable QMutex mutex; ///< Guards what follows.
+    mutable QMutex mutex;       ///< Guards what follows.
     QWaitCondition started, happened;
     Channel *channel = nullptr; ///< While the thread has one; only to wake it.
     bool isStarted = false;
     QString startError;
     QString portError;
     QQueue<std::function<void(Panel &)>> actions;
+    std::atomic<bool> hasActions{false}; ///< Set under the mutex, looked at without it: mostly there are none.
     QQueue<PanelEvent> events;
     std::atomic<qint64> lost{0};
     PanelSnapshot published;

@@ -15,6 +15,7 @@ void Panel::blockAnswered(const RW_VAR &var, qint64 at)
     blocks[block].readAt = at;
     blocks[block].isGood = true;
     blocks[block].isServed = true;
+    const qint64 now = channel.now();
     for (const int tag : blockMap.tagsOfBlock(block)) {
         qint64 oldest = at;
         bool isWhole = true;
@@ -23,7 +24,7 @@ void Panel::blockAnswered(const RW_VAR &var, qint64 at)
             isWhole = isWhole && blocks.at(other).isGood;
         }
         if (isWhole)
-            readTagFromImage(tag, oldest);
+            readTagFromImage(tag, oldest, now);
     }
 }
 
@@ -53,25 +54,37 @@ void Panel::spoilCells(const CellRange &cells, int writeId)
             spoiledReads.insert(entry.id);
 }
 
-QByteArray Panel::imageBytes(int tag)
+void Panel::lookAtImage(int tag)
 {
-    QByteArray bytes;
-    for (const TagPiece &piece : looks.at(tag)) {
-        QByteArray values;
-        session.getRegisterData(tagList.at(tag).type, piece.address, tagList.at(tag).station, &values, piece.elements);
-        bytes += values;
+    const Tag &target = tagList.at(tag);
+    const QVector<TagPiece> &pieces = looks.at(tag);
+    if (pieces.size() == 1) {
+        const TagPiece &piece = pieces.first();
+        // The driver makes an array longer, never shorter.
+        if (looked.size() > piece.bytes)
+            looked.resize(piece.bytes);
+        if (!session.getRegisterData(target.type, piece.address, target.station, &looked, piece.elements))
+            looked.resize(0);
+        return;
     }
-    return bytes;
+    looked.resize(0);
+    for (const TagPiece &piece : pieces) {
+        QByteArray values;
+        session.getRegisterData(target.type, piece.address, target.station, &values, piece.elements);
+        looked += values;
+    }
 }
 
-void Panel::readTagFromImage(int tag, qint64 readAt)
+void Panel::readTagFromImage(int tag, qint64 readAt, qint64 now)
 {
     TagValue &value = tagValues[tag];
-    const QByteArray bytes = imageBytes(tag);
-    const bool isNew = bytes != value.bytes;
-    value.bytes = bytes;
+    lookAtImage(tag);
+    const bool isNew = looked != value.bytes;
+    // A copy of its own: sharing would cost the next tag an allocation.
+    if (isNew)
+        value.bytes = QByteArray(looked.constData(), looked.size());
     value.readAt = readAt;
-    const bool isStale = channel.now() - readAt > qint64(settings.staleAfter) * 1000;
+    const bool isStale = now - readAt > qint64(settings.staleAfter) * 1000;
     const Quality quality = isStale ? Quality::Uncertain : Quality::Good;
     if (value.quality != quality)
         setQuality(tag, quality, isStale ? Reason::Stale : Reason::None);

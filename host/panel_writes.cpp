@@ -68,7 +68,9 @@ void Panel::settleWrites()
         for (const int id : ledger.takeAnswered())
             confirm(id);
     }
-    for (const WriteEntry &entry : ledger.takeEnded()) {
+    // Named and const: a list without a name would be copied for the loop, at each turn.
+    const QList<WriteEntry> ended = ledger.takeEnded();
+    for (const WriteEntry &entry : ended) {
         spoiledReads.remove(entry.id);
         updatePending(entry.tag);
         listener->writeEnded(entry);
@@ -106,8 +108,8 @@ void Panel::confirmationRead(int id, bool isAnswered, qint64 at)
             isKnown = false;
     if (!isKnown)
         return ledger.end(id, WriteState::Done, at);
-    const QByteArray bytes = imageBytes(tag);
-    readTagFromImage(tag, at);
+    readTagFromImage(tag, at, channel.now());
+    const QByteArray bytes = tagValues.at(tag).bytes;
     ledger.readBack(id, bytes);
     ledger.end(id, bytes == entry->bytes ? WriteState::Confirmed : WriteState::Reverted, at);
 }

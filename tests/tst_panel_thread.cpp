@@ -86,6 +86,7 @@ private slots:
     void actionsRunInTheThreadInTheirOrder();
     void aWriteEndsInAnEvent();
     void theSnapshotStaysAfterTheEnd();
+    void withoutSnapshotsOnlyTheLastIsTaken();
     void callAfterTheEndReturns();
     void onlyWantedEventsAreKept();
     void eventsAreBounded();
@@ -155,6 +156,22 @@ void TstPanelThread::theSnapshotStaysAfterTheEnd()
     QCOMPARE(snapshot.values.size(), 1);
     QVERIFY(snapshot.values.first().quality == Quality::Good);
     QVERIFY(!rig.thread->isRunning());
+}
+
+void TstPanelThread::withoutSnapshotsOnlyTheLastIsTaken()
+{
+    Rig rig(Speed);
+    rig.thread->keepNoSnapshots();
+    QString error;
+    QVERIFY(rig.thread->start(&error));
+    QVERIFY(rig.waitFor(PanelEvent::ValueChanged));
+    // Twice the time between two snapshots.
+    QThread::msleep(100);
+    rig.thread->call([](Panel &) {});
+    QCOMPARE(rig.thread->snapshot().counters.all.requests, qint64(0));
+    QVERIFY(rig.thread->now() >= 0);
+    rig.thread->stop();
+    QVERIFY(rig.thread->snapshot().counters.all.good > 0);
 }
 
 void TstPanelThread::callAfterTheEndReturns()

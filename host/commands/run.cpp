@@ -68,6 +68,7 @@ public:
         if (options.showsPasses)
             printed.insert(PanelEvent::PassFinished);
         thread->keepEvents(printed);
+        thread->keepNoSnapshots();
         if (!thread->start(&error))
             return complain(error, ExitPort);
         QElapsedTimer sinceStart;
