@@ -45,7 +45,7 @@ DriverRig::DriverRig(Storage storage, int blocks, int registers)
     : m_reply(replyOf(registers)), m_received(m_reply.size(), '\0')
 {
     QString error;
-    if (!m_driver.load(QString::fromLocal8Bit(EC_DRIVER_PATH), &error))
+    if (!m_driver.load(qEnvironmentVariable("EC_BENCH_DRIVER", QString::fromLocal8Bit(EC_DRIVER_PATH)), &error))
         giveUp(qPrintable(error));
     m_settings.maxBlockLen = Registers;
     m_settings.plcStation = 1;

@@ -13,8 +13,9 @@ class DriverRig {
 public:
     enum { Registers = 125, ListLength = 100 }; // of a full block, of the usual cyclic list
 
-    /// A cyclic list of blocks, each of so many registers; in the keyed store a hundred blocks to a station. Ends the
-    /// program when the library cannot be loaded.
+    /// A cyclic list of blocks, each of so many registers; in the keyed store a hundred blocks to a station. The
+    /// library is the one that was built, or that of the environment's EC_BENCH_DRIVER. Ends the program when it cannot
+    /// be loaded.
     DriverRig(Storage storage, int blocks, int registers);
 
     Plugin &driver() { return m_driver; }

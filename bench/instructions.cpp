@@ -12,15 +12,25 @@ namespace {
 
 enum { Words = DriverRig::Registers, Stored = 60000, FrameBytes = 255, Passes = 10, Calls = 1000 };
 
-/// Counts one run of the work. What happens only the first time must have happened before.
+/// Counts so many runs of the work, but not what is done between them. A unit is a part of one run. What happens only
+/// the first time must have happened before.
+template <class Work, class Between>
+void count(const std::string &name, int units, int runs, Work work, Between between)
+{
+    for (int i = 0; i < runs; ++i) {
+        CALLGRIND_TOGGLE_COLLECT;
+        work();
+        CALLGRIND_TOGGLE_COLLECT;
+        between();
+    }
+    CALLGRIND_DUMP_STATS_AT(name.c_str());
+    std::printf("%s %d\n", name.c_str(), units * runs);
+}
+
 template <class Work>
 void count(const std::string &name, int units, Work work)
 {
-    CALLGRIND_TOGGLE_COLLECT;
-    work();
-    CALLGRIND_TOGGLE_COLLECT;
-    CALLGRIND_DUMP_STATS_AT(name.c_str());
-    std::printf("%s %d\n", name.c_str(), units);
+    count(name, units, 1, work, [] {});
 }
 
 template <class Master>
@@ -81,16 +91,27 @@ void countChecksums()
     count("crc/boost", 1, boosts);
 }
 
+/// The state of the heap makes a difference of some percent to one run: the fewer units, the more runs.
+int runsFor(int units)
+{
+    return qMax(2, 20000 / units);
+}
+
+void countRebuild(const char *order, bool inOrder, int number)
+{
+    DriverRig rig(Storage::Image, 1, 1);
+    QList<VARDESC> variables = describe(number, inOrder);
+    rig.driver().reCreatReadVarList(variables);
+    count(
+        std::string("rebuild/") + order + std::to_string(number), number, runsFor(number),
+        [&] { rig.driver().reCreatReadVarList(variables); }, [] {});
+}
+
 void countRebuilds()
 {
     for (const int number : {1000, 10000, 100000}) {
-        for (const bool inOrder : {true, false}) {
-            DriverRig rig(Storage::Image, 1, 1);
-            QList<VARDESC> variables = describe(number, inOrder);
-            rig.driver().reCreatReadVarList(variables);
-            count("rebuild/" + std::string(inOrder ? "in-order/" : "mixed/") + std::to_string(number), number,
-                  [&] { rig.driver().reCreatReadVarList(variables); });
-        }
+        countRebuild("in-order/", true, number);
+        countRebuild("mixed/", false, number);
     }
     const QList<VARDESC> variables = describe(Calls, true);
     volatile int sum = 0;
@@ -105,9 +126,11 @@ void countBursts()
     Burst burst(Calls);
     for (const int calls : {10, 100, 300, int(Calls)}) {
         DriverRig rig(Storage::Image, 1, 1);
-        burst.run(rig, calls);
-        Burst::drain(rig);
-        count("burst/" + std::to_string(calls), calls, [&] { burst.run(rig, calls); });
+        const auto work = [&] { burst.run(rig, calls); };
+        const auto drain = [&] { Burst::drain(rig); };
+        work();
+        drain();
+        count("burst/" + std::to_string(calls), calls, runsFor(calls), work, drain);
     }
 }
 
