@@ -23,7 +23,7 @@ HEAD = '''# Instructions per unit of work, counted by callgrind: x86-64, Debian 
 def count(build):
     """{name: instructions per unit}, in the order of the program."""
     with tempfile.TemporaryDirectory() as folder:
-        # An empty environment, a fixed seed and short paths: neither stack, heap nor hash tables differ between two runs.
+        # An empty environment, a fixed seed and short paths: stack, heap and hash tables are the same in each run.
         environment = {'PATH': '/usr/bin:/bin', 'QT_HASH_SEED': '0', 'EC_BENCH_DRIVER': './libemerson_ec_series.so'}
         command = ['valgrind', '--tool=callgrind', '--collect-atstart=no', f'--callgrind-out-file={folder}/counts',
                    'bench/bench_instructions']
