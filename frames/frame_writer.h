@@ -52,7 +52,8 @@ public:
     void crc()
     {
         const unsigned crc = CalCRC(unsignedBytes(), static_cast<unsigned short>(m_length));
-        u8(int(lowByte(crc))).u8(int(highByte(crc)));
+        u8(int(lowByte(crc)));
+        u8(int(highByte(crc)));
     }
     /// The low byte of the byte sum.
     void sum()

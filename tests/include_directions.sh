@@ -25,7 +25,7 @@ allow() {
 }
 
 files=0
-baseFiles=(driver/{bytes,checksum,driver_object,emerson_ec_series,export,limits,records,settings}.h
+baseFiles=(driver/{bytes,checksum,copy_request,driver_object,emerson_ec_series,export,limits,records,settings}.h
   driver/{checksum,driver_object,record_layout,settings}.cpp)
 cycleFiles=(driver/{reply,station}.h driver/{scheduler,reply,data_com,station,host_setup}.cpp)
 

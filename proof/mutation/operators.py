@@ -181,7 +181,7 @@ def of_pair(source, first, second):
     one, two = bare(first), bare(second)
     if one.kind != K.CALL_EXPR or two.kind != K.CALL_EXPR or one.spelling != two.spelling:
         return []
-    if not one.spelling.startswith("append"):
+    if not one.spelling.startswith(("append", "u8")):
         return []
     return [("order", f"{{ {source.of(second)}; {source.of(first)}; }}")]
 

@@ -6,9 +6,9 @@ from reach import environment, limited
 
 # title -> (file, function, what a mutant's description has to be)
 SEEDED = {
-    "swapped CRC bytes in a request": ("frames/frame_writer.h", "withCrc", r".*lowByte.*highByte.* => \{.*"),
+    "swapped CRC bytes in a request": ("frames/frame_writer.h", "crc", r".*lowByte.*highByte.* => \{.*"),
     "swapped CRC byte in the reply check": ("driver/reply.cpp", "CheckGetData", r"lowByte\(crc\) => highByte\(crc\)"),
-    "wrong boundary in the address map": ("frames/address_map.cpp", "get_type_add", r"address < map.bound => .*<=.*"),
+    "wrong boundary in the address map": ("frames/address_map.h", "modbusNumber", r"address < map.bound => .*<=.*"),
     "wrong boundary in the table": ("varlist/device_traits.cpp", "DeviceTable", r"2048 => 2049"),
     "wrong boundary when reads are cut": ("varlist/read_list.cpp", "crossesWhenRead", r"entry.address < b.* => .*<=.*"),
     "wrong boundary when writes are cut": ("varlist/write_list.cpp", "crossesWhenWritten",
