@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <malloc.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -71,6 +72,8 @@ public:
         thread->keepNoSnapshots();
         if (!thread->start(&error))
             return complain(error, ExitPort);
+        // Reading the tags took twice what is needed from now on.
+        ::malloc_trim(0);
         QElapsedTimer sinceStart;
         sinceStart.start();
         const qint64 end = options.seconds > 0 ? qint64(std::ceil(options.seconds * 1000)) : -1;
@@ -130,15 +133,22 @@ private:
     qint64 lostBefore = 0;
 };
 
+bool hasReadable(const RunOptions &options, const QList<Tag> &tags)
+{
+    QList<Tag> readable;
+    return chooseTags(options.common, {}, tags, &readable);
+}
+
 int run(const RunOptions &options)
 {
     Loaded loaded;
     if (!load(options.common, true, &loaded))
         return ExitUsage;
     // With nothing to read there is still something to do for whoever writes.
-    QList<Tag> readable;
-    if (!options.isReadingInput && !chooseTags(options.common, {}, loaded.tagFile.tags, &readable))
+    if (!options.isReadingInput && !hasReadable(options, loaded.tagFile.tags))
         return ExitUsage;
+    // Only an export wants them again.
+    loaded.tagFile.sourceLines.clear();
     if (!startTrace(options.common, &loaded))
         return ExitUsage;
     return Runner(options, loaded).run();
