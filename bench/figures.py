@@ -13,8 +13,12 @@ class Figures:
         failed = [entry['name'] for entry in results['benchmarks'] if entry.get('error_occurred')]
         if failed:
             raise SystemExit(f'bench: failed: {" ".join(failed)}')
-        self._medians = {self._plain(entry['run_name']): entry for entry in results['benchmarks']
-                         if entry.get('aggregate_name') == 'median'}
+        self._medians = self._aggregates(results, 'median')
+        self._quiet = self._aggregates(results, 'quiet')
+
+    def _aggregates(self, results, kind):
+        return {self._plain(entry['run_name']): entry for entry in results['benchmarks']
+                if entry.get('aggregate_name') == kind}
 
     @staticmethod
     def _plain(name):
@@ -31,6 +35,10 @@ class Figures:
 
     def counter(self, name, counter):
         return self._medians[name][counter]
+
+    def quiet(self, name, counter):
+        """The upper quartile, for what other programs can only slow down."""
+        return self._quiet[name][counter]
 
     def text_ns(self, name):
         value = self.ns(name)

@@ -78,12 +78,12 @@ def list_rows(figures):
 
 
 def line_rows(figures):
-    base = figures.counter('pty/libmodbus', 'per_second'), figures.counter('pty/libmodbus', 'cpu_ns')
     rows = []
     for key in PEERS:
-        rate, cpu = figures.counter(key, 'per_second'), figures.counter(key, 'cpu_ns')
-        rows.append([key.split('/')[1], f'{rate:,.0f}', f'{rate / base[0]:.2f}', f'{cpu / 1000:.2f} µs',
-                     f'{cpu / base[1]:.2f}'])
+        rate, most = (figures.quiet(key, name) for name in ('per_second', 'per_cpu_second'))
+        rows.append([key.split('/')[1], f'{rate:,.0f}', f'{rate / figures.quiet("pty/libmodbus", "per_second"):.2f}',
+                     f'{1e6 / most:.2f} µs', f'{figures.quiet("pty/libmodbus", "per_cpu_second") / most:.2f}',
+                     f'{figures.counter(key, "per_second"):,.0f}'])
     return rows
 
 
@@ -118,8 +118,8 @@ def main(arguments):
         'goals': table(['Work', 'Goal', 'Measured', ''], goals),
         'times': table(['Work', 'Time', 'Instructions'], time_rows(figures)),
         'lists': table(['Work', 'Time', 'Instructions'], list_rows(figures)),
-        'line': table(['Master', 'Transactions a second', 'Of libmodbus', 'CPU each', 'Of libmodbus'],
-                      line_rows(figures)),
+        'line': table(['Master', 'Transactions a second', 'Of libmodbus', 'CPU each', 'Of libmodbus',
+                       'Median a second'], line_rows(figures)),
         'allocations': table(['Work', 'Allocations each'], allocation_rows(figures)),
         'ten_lines_rate': f'{figures.counter("host/ten-lines", "per_second"):,.0f}',
         'panel_memory': f'{figures.counter("host/memory", "panel_kB") / 1024:.1f}',
