@@ -6,7 +6,7 @@ STRICT = AREAS[:-1]
 # file -> area, or file -> {function: area}
 PLACES = {
     "driver/checksum.cpp": "checksums",
-    "frames/frame_writer.h": {"withCrc": "checksums", "withSum": "checksums"},
+    "frames/frame_writer.h": {"crc": "checksums", "sum": "checksums"},
     "driver/bytes.h": {"lowByte": "checksums", "highByte": "checksums", "holdsBytes": "boundaries",
                        "byteAt": "boundaries", "growTo": "boundaries", "fitTo": "boundaries"},
     "driver/reply.cpp": "reply check",
@@ -17,8 +17,10 @@ PLACES = {
     "varlist/write_list.cpp": {"crossesWhenWritten": "boundaries", "plcWriteTypeShort": "boundaries",
                                "plcTypeWriteShortAdd": "boundaries"},
     "varlist/device_traits.cpp": "boundaries",
+    "varlist/device_traits.h": "boundaries",
     "frames/address_map.cpp": "boundaries",
-    "frames/pending.cpp": {"exceedsElementLimit": "boundaries"},
+    "frames/address_map.h": "boundaries",
+    "frames/pending.h": {"exceedsElementLimit": "boundaries"},
     "frames/write_request.cpp": {"isFrame": "boundaries", "multipleLength": "boundaries"},
     "image/areas.h": "boundaries",
     "image/areas.cpp": "boundaries",
