@@ -14,7 +14,7 @@ class Figures:
         if failed:
             raise SystemExit(f'bench: failed: {" ".join(failed)}')
         self._medians = self._aggregates(results, 'median')
-        self._quiet = self._aggregates(results, 'quiet')
+        self._best = self._aggregates(results, 'best')
 
     def _aggregates(self, results, kind):
         return {self._plain(entry['run_name']): entry for entry in results['benchmarks']
@@ -36,9 +36,9 @@ class Figures:
     def counter(self, name, counter):
         return self._medians[name][counter]
 
-    def quiet(self, name, counter):
-        """The upper quartile, for what other programs can only slow down."""
-        return self._quiet[name][counter]
+    def best(self, name, counter):
+        """The best of all, for rates that other programs can only lower."""
+        return self._best[name][counter]
 
     def text_ns(self, name):
         value = self.ns(name)
