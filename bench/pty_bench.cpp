@@ -74,7 +74,7 @@ void transactions(benchmark::State &state, const MakeCommand &make)
     for (int i = 0; i < 500 && answersIn(counter) < WarmUp; ++i)
         pause(0.01);
     for (auto _ : state) {
-        const double start = now();
+        const double start = now(), cpu = master.cpuSeconds();
         const std::uint64_t answers = answersIn(counter);
         Rates best;
         for (int i = 0; i < Windows; ++i) {
@@ -83,9 +83,11 @@ void transactions(benchmark::State &state, const MakeCommand &make)
             best.perCpuSecond = std::max(best.perCpuSecond, rates.perCpuSecond);
         }
         const double done = double(answersIn(counter) - answers), elapsed = now() - start;
+        const double used = master.cpuSeconds() - cpu;
         if (!master.isRunning() || !slave.isRunning() || done < 1)
             return state.SkipWithError("master or slave has ended");
         state.SetIterationTime(elapsed / done);
+        state.counters["mean_cpu_ns"] = used / done * 1e9;
         state.counters["mean_per_second"] = done / elapsed;
         state.counters["per_second"] = best.perSecond;
         state.counters["per_cpu_second"] = best.perCpuSecond;

@@ -83,7 +83,8 @@ def line_rows(figures):
         rate, most = (figures.best(key, name) for name in ('per_second', 'per_cpu_second'))
         rows.append([key.split('/')[1], f'{rate:,.0f}', f'{rate / figures.best("pty/libmodbus", "per_second"):.2f}',
                      f'{1e6 / most:.2f} µs', f'{figures.best("pty/libmodbus", "per_cpu_second") / most:.2f}',
-                     f'{figures.counter(key, "mean_per_second"):,.0f}'])
+                     f'{figures.counter(key, "mean_per_second"):,.0f}',
+                     f'{figures.counter(key, "mean_cpu_ns") / 1000:.2f} µs'])
     return rows
 
 
@@ -119,7 +120,7 @@ def main(arguments):
         'times': table(['Work', 'Time', 'Instructions'], time_rows(figures)),
         'lists': table(['Work', 'Time', 'Instructions'], list_rows(figures)),
         'line': table(['Master', 'Transactions a second', 'Of libmodbus', 'CPU each', 'Of libmodbus',
-                       'Median a second'], line_rows(figures)),
+                       'Median a second', 'Median CPU'], line_rows(figures)),
         'allocations': table(['Work', 'Allocations each'], allocation_rows(figures)),
         'ten_lines_rate': f'{figures.counter("host/ten-lines", "per_second"):,.0f}',
         'panel_memory': f'{figures.counter("host/memory", "panel_kB") / 1024:.1f}',
