@@ -37,7 +37,7 @@ class Figures:
         return self._medians[name][counter]
 
     def best(self, name, counter):
-        """The best of all, for rates that other programs can only lower."""
+        """The best of all repetitions."""
         return self._best[name][counter]
 
     def text_ns(self, name):

@@ -94,7 +94,7 @@ void transactions(benchmark::State &state, const MakeCommand &make)
     }
 }
 
-/// Whatever else runs on the machine can only slow a master down, and on a busy one does so most of the time.
+/// Leaves out the slow mode that masters fall into for whole turns; the median stands beside it.
 double bestOf(const std::vector<double> &values)
 {
     return *std::max_element(values.begin(), values.end());
