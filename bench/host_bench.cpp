@@ -24,7 +24,7 @@ std::string settings(const std::string &port, int maxBlock)
            + std::to_string(maxBlock) + "\nretries = 2\nstations = \"one\"\nstation = 1\n";
 }
 
-/// Words, bits and double words as a panel has them: seven requests a pass.
+/// Words, bits and double words as a panel has them: nine requests a pass, which pty_paced.cpp makes too.
 std::string usualTags()
 {
     return std::string(Header)
@@ -47,53 +47,80 @@ Command panel(const std::string &settingsFile, const std::string &tagFile)
     return {EC_BUILD_DIR "/ecpanel", "run", "--quiet", "--settings", settingsFile, "--tags", tagFile};
 }
 
-/// A paced PLC and a panel.
+/// Words alone, ten of the longest blocks a pass.
+std::string longTags()
+{
+    std::string tags = Header;
+    for (int i = 0; i < 10; ++i)
+        tags += "w" + std::to_string(i) + ",7," + std::to_string(i * LongestBlock) + ",," + std::to_string(LongestBlock)
+                + ",uint16,,,,r\n";
+    return tags;
+}
+
+/// Good answers in all, as a panel has counted them.
+double goodAnswers(const std::string &report)
+{
+    static const char Key[] = "\"good\":";
+    std::ifstream file(report);
+    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::size_t counters = text.rfind("{\"counters\":{\"all\":");
+    const std::size_t place = counters != std::string::npos ? text.find(Key, counters) : counters;
+    return place != std::string::npos ? std::atof(text.c_str() + place + sizeof Key - 1) : 0;
+}
+
+/// Who reads on a paced line.
+enum Reader {
+    UsualPanel,   ///< ecpanel with the usual tags in blocks of 32 words.
+    LongPanel,    ///< ecpanel with blocks as long as they get.
+    PreparedReads ///< The reads of the usual tags by the shortest program that can do them.
+};
+
+/// A paced PLC and its master.
 class PacedLine {
 public:
-    PacedLine(const ScratchFolder &folder, const std::string &name)
-        : m_port(folder.path(name)), m_report(folder.path(name + ".jsonl")),
+    PacedLine(const ScratchFolder &folder, const std::string &name, Reader reader)
+        : m_port(folder.path(name)), m_answers(folder.path(name + ".answers")), m_isPanel(reader != PreparedReads),
           m_plc({EC_BUILD_DIR "/ecsim", "run", "--pty", "--link", m_port, "--pace", "--baud", std::to_string(Baud),
                  "--station", "1", "--quiet"},
                 AnyCore),
-          m_isThere(waitForFile(m_port)), m_panel(command(folder, name), AnyCore, m_report)
+          m_isThere(waitForFile(m_port)),
+          m_master(command(folder, name, reader), AnyCore, m_isPanel ? m_answers : "/dev/null")
     {
     }
 
-    double cpuSeconds() const { return m_panel.cpuSeconds(); }
-    bool isRunning() const { return m_isThere && m_plc.isRunning() && m_panel.isRunning(); }
-    /// Ends the panel. Good answers in all, as it counted them itself.
-    double goodAnswers()
+    double cpuSeconds() const { return m_master.cpuSeconds(); }
+    bool isRunning() const { return m_isThere && m_plc.isRunning() && m_master.isRunning(); }
+    /// Ends the master. The number of its answers.
+    double end()
     {
-        static const char Key[] = "\"good\":";
-        m_panel.interrupt();
-        std::ifstream file(m_report);
-        const std::string report((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-        const std::size_t counters = report.rfind("{\"counters\":{\"all\":");
-        const std::size_t place = counters != std::string::npos ? report.find(Key, counters) : counters;
-        return place != std::string::npos ? std::atof(report.c_str() + place + sizeof Key - 1) : 0;
+        m_master.interrupt();
+        return m_isPanel ? goodAnswers(m_answers) : double(answersIn(m_answers));
     }
 
 private:
-    Command command(const ScratchFolder &folder, const std::string &name) const
+    Command command(const ScratchFolder &folder, const std::string &name, Reader reader) const
     {
-        folder.write(name + ".toml", settings(m_port, 32));
-        return panel(folder.path(name + ".toml"), folder.path("tags.csv"));
+        if (!m_isPanel)
+            return {EC_BUILD_DIR "/bench/pty_master", "paced", m_port, m_answers};
+        folder.write(name + ".toml", settings(m_port, reader == LongPanel ? LongestBlock : 32));
+        folder.write(name + ".csv", reader == LongPanel ? longTags() : usualTags());
+        return panel(folder.path(name + ".toml"), folder.path(name + ".csv"));
     }
 
-    const std::string m_port, m_report;
+    const std::string m_port, m_answers;
+    const bool m_isPanel;
     const Process m_plc;
     const bool m_isThere;
-    Process m_panel;
+    Process m_master;
 };
 
-void tenLines(benchmark::State &state)
+void tenLines(benchmark::State &state, Reader reader)
 {
     const ScratchFolder folder;
-    folder.write("tags.csv", usualTags());
     std::vector<std::unique_ptr<PacedLine>> lines;
     const double began = now();
     for (int i = 0; i < Lines; ++i)
-        lines.push_back(std::make_unique<PacedLine>(folder, "line" + std::to_string(i)));
+        lines.push_back(std::make_unique<PacedLine>(folder, "line" + std::to_string(i), reader));
     const auto used = [&lines] {
         double seconds = 0;
         for (const auto &line : lines)
@@ -110,9 +137,9 @@ void tenLines(benchmark::State &state)
     }
     double answers = 0;
     for (const auto &line : lines) {
-        const double good = line->isRunning() ? line->goodAnswers() : 0;
+        const double good = line->isRunning() ? line->end() : 0;
         if (good < 1)
-            return state.SkipWithError("a panel or a PLC has ended, or nothing was answered");
+            return state.SkipWithError("a master or a PLC has ended, or nothing was answered");
         answers += good;
     }
     state.counters["per_second"] = answers / (now() - began);
@@ -139,7 +166,17 @@ void memory(benchmark::State &state)
     }
 }
 
-BENCHMARK(tenLines)->Name("host/ten-lines")->Iterations(1)->Repetitions(3)->UseManualTime();
+BENCHMARK_CAPTURE(tenLines, usual, UsualPanel)->Name("host/ten-lines")->Iterations(1)->Repetitions(3)->UseManualTime();
+BENCHMARK_CAPTURE(tenLines, long, LongPanel)
+    ->Name("host/ten-lines-long")
+    ->Iterations(1)
+    ->Repetitions(3)
+    ->UseManualTime();
+BENCHMARK_CAPTURE(tenLines, prepared, PreparedReads)
+    ->Name("host/ten-lines-prepared")
+    ->Iterations(1)
+    ->Repetitions(3)
+    ->UseManualTime();
 BENCHMARK(memory)->Name("host/memory")->Iterations(1)->Repetitions(3)->UseManualTime();
 
 } // namespace

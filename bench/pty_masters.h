@@ -9,3 +9,9 @@ int masterRaw(const char *device, int registers);
 int masterDriver(const char *device, int registers);
 int masterLibmodbus(const char *device, int registers);
 int masterSerialBus(int argc, char **argv, const char *device, int registers);
+/// Reads over a line of 115200 baud what ecpanel does there, and looks at nothing but the number of bytes. Counts its
+/// answers in the file.
+int masterPaced(const char *device, const char *counterFile);
+
+/// In raw mode; -1 when it cannot be opened.
+int openRaw(const char *device);

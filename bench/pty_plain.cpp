@@ -18,6 +18,8 @@ int complain(const char *what)
     return 1;
 }
 
+} // namespace
+
 int openRaw(const char *device)
 {
     const int descriptor = ::open(device, O_RDWR | O_NOCTTY);
@@ -27,8 +29,6 @@ int openRaw(const char *device)
     ::cfmakeraw(&mode);
     return ::tcsetattr(descriptor, TCSANOW, &mode) == 0 ? descriptor : -1;
 }
-
-} // namespace
 
 int masterRaw(const char *device, int registers)
 {

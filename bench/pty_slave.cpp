@@ -1,14 +1,12 @@
 /// The PLC of every measurement over a pseudo-terminal: answers a read of coils or registers at once and does nothing
 /// else, so that what is measured is the master.
 ///     pty_slave LINK COUNT_FILE     the terminal appears as LINK; the file holds the number of answers, as 64 bits
-#include <cstdint>
+#include "bench/answer_counter.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <termios.h>
-#include <unistd.h>
 
 namespace {
 
@@ -63,15 +61,6 @@ int openTerminal(const char *link)
     ::cfmakeraw(&mode);
     ::unlink(link);
     return ::tcsetattr(other, TCSANOW, &mode) == 0 && ::symlink(name, link) == 0 ? descriptor : -1;
-}
-
-volatile std::uint64_t *mapCounter(const char *file)
-{
-    const int descriptor = ::open(file, O_RDWR | O_CREAT, 0644);
-    if (descriptor < 0 || ::ftruncate(descriptor, sizeof(std::uint64_t)) != 0)
-        return nullptr;
-    void *const memory = ::mmap(nullptr, sizeof(std::uint64_t), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
-    return memory != MAP_FAILED ? static_cast<volatile std::uint64_t *>(memory) : nullptr;
 }
 
 } // namespace

@@ -16,10 +16,30 @@ import charts
 import instructions
 from figures import Figures
 from goals import GOALS
+from own_costs import short_name
 
 HERE = pathlib.Path(__file__).resolve().parent
 PAGE = HERE.parent / 'docs' / 'performance.md'
 PEERS = ('pty/raw', 'pty/driver', 'pty/ecpanel', 'pty/libmodbus', 'pty/pymodbus', 'pty/serialbus')
+# What a function does in a transaction of one register.
+WHY = {
+    'appendPending': 'the record that goes with the frame, copied',
+    'passRetValue': 'the record that `DataCom` returns, copied',
+    'QListData::move': 'the cyclic list, turned by one',
+    'rotateReadList': 'the cyclic list, turned by one',
+    'CalCRC': 'the checks of request and reply',
+    'ReadRegister': 'the request',
+    'appendRead': 'the request',
+    'DealDataOfLocalArea': 'the check of the reply',
+    'SaveToLocalDataErea': 'the reply, stored',
+    'SaveWordToUS': 'the reply, stored',
+    'QMutex::lock': 'five locks, what is not inlined',
+    'QMutex::unlock': 'five locks, what is not inlined',
+    'Ethernetcontains': 'whether the station is switched off',
+    'DataCom': 'counters, what is next',
+    'ComCommunication': 'counters, what is next',
+    'countPasses': 'the measuring program',
+}
 
 
 def table(head, rows):
@@ -88,6 +108,28 @@ def line_rows(figures):
     return rows
 
 
+def paced_rows(figures):
+    rows = []
+    for key, what in (('host/ten-lines', '`ecpanel`, blocks of 32 words and a few bits'),
+                      ('host/ten-lines-prepared', 'prepared: the same reads'),
+                      ('host/ten-lines-long', '`ecpanel`, blocks of 122 words')):
+        share, rate = (figures.counter(key, name) for name in ('percent_of_core', 'per_second'))
+        rows.append([what, f'{share:.1f} %', f'{rate:,.0f}', f'{share / 100 / rate * 1e6:.0f} µs'])
+    return rows
+
+
+def profile_rows(least=20):
+    """Functions that take at least so many instructions of a transaction, then the rest of them."""
+    rows, rest = [], 0
+    for cost, function in instructions.read_profile():
+        if cost < least:
+            rest += cost
+            continue
+        name = 'countPasses' if 'countPasses' in function else short_name(function)
+        rows.append([f'`{name}`', f'{cost:.0f}', WHY.get(name, '')])
+    return rows + [['all others', f'{rest:.0f}', '']]
+
+
 def allocation_rows(figures):
     return [[name, f'{number:g}'] for name, number in figures.allocations.items() if name != 'one-block']
 
@@ -121,8 +163,10 @@ def main(arguments):
         'lists': table(['Work', 'Time', 'Instructions'], list_rows(figures)),
         'line': table(['Master', 'Transactions a second', 'Of libmodbus', 'CPU each', 'Of libmodbus',
                        'Median a second', 'Median CPU'], line_rows(figures)),
+        'profile': table(['Function', 'Instructions', 'For'], profile_rows()),
         'allocations': table(['Work', 'Allocations each'], allocation_rows(figures)),
-        'ten_lines_rate': f'{figures.counter("host/ten-lines", "per_second"):,.0f}',
+        'paced': table(['Ten of', 'Share of a core', 'Transactions a second, together', 'CPU each'],
+                       paced_rows(figures)),
         'panel_memory': f'{figures.counter("host/memory", "panel_kB") / 1024:.1f}',
     }
     text = (HERE / 'performance.md.in').read_text()
