@@ -57,6 +57,8 @@ FaultKind LineWatch::takeFault()
 {
     const QVector<FaultDone> done = rig.faults->takeLedger();
     faultCount += done.size();
+    for (const FaultDone &one : done)
+        kinds.insert(int(one.kind));
     findings.look(Findings::Outcomes, done.size() <= 1,
                   [&] { return QStringLiteral("%1 faults in one request").arg(done.size()); });
     return done.isEmpty() ? FaultKind::None : done.last().kind;

@@ -26,6 +26,7 @@ public:
     bool isInOrder() const { return isCalm() && state.isPlugged; }
     qint64 served() const { return transactions; }
     qint64 faultsDone() const { return faultCount; }
+    QSet<int> faultKinds() const { return kinds; }
     qint64 unseen() const { return unseenFrames; }
 
 private:
@@ -44,4 +45,5 @@ private:
     qint64 outcomes[int(Outcome::PortGone) + 1] = {};
     qint64 ofLists[3] = {};
     QMap<int, qint64> ofStations;
+    QSet<int> kinds;
 };

@@ -11,6 +11,9 @@
 namespace {
 
 enum : qint64 { Second = 1000000, Hour = 3600 * Second, Day = 24 * Hour };
+enum : qint64 { UsualTransaction = 48000 }; // microseconds
+enum { FaultKinds = int(FaultKind::PortGone) };
+const double EveryFaultDays = 0.25;
 enum { ExitPassed = 0, ExitFailed = 1, ExitUsage = 2 };
 
 struct Options {
@@ -136,11 +139,23 @@ private:
         for (const qint64 calm = rig.now() + 5 * 60 * Second; rig.now() < calm;)
             step();
         sample(true);
+        lookAtAmount();
         writes.lookAtEnd();
         for (int tag = 0; tag < rig.uses.size(); ++tag)
             findings.look(Findings::Values,
                           !rig.tag(tag).isReadable || rig.panel->values().at(tag).quality == Quality::Good,
                           [&] { return QStringLiteral("%1 is not good at the end").arg(rig.tag(tag).name); });
+    }
+
+    /// A line that was idle, or a kind of fault that never came, would prove little.
+    void lookAtAmount()
+    {
+        const double usual = double(rig.now() - beganAt) / double(UsualTransaction);
+        findings.look(Findings::Outcomes, double(line.served()) >= 0.8 * usual, [&] {
+            return QStringLiteral("only %1 transactions where some %2 are usual").arg(line.served()).arg(qint64(usual));
+        });
+        findings.look(Findings::Outcomes, options.days < EveryFaultDays || line.faultKinds().size() == FaultKinds,
+                      [&] { return QStringLiteral("only %1 kinds of faults").arg(line.faultKinds().size()); });
     }
 
     void printProgress()
@@ -161,8 +176,8 @@ private:
         std::printf("%.2f days of line time, from %.2f to %.2f: %lld transactions (%.1f ms each), %lld passes\n", days,
                     double(beganAt) / double(Day), double(rig.now()) / double(Day), line.served(),
                     days * 86400e3 / double(qMax(line.served(), qint64(1))), passes);
-        std::printf("done to it: %s; %lld faults, %lld frames that the PLC did not hear\n", qPrintable(user.report()),
-                    line.faultsDone(), line.unseen());
+        std::printf("done to it: %s; %lld faults of %d kinds, %lld frames that the PLC did not hear\n",
+                    qPrintable(user.report()), line.faultsDone(), int(line.faultKinds().size()), line.unseen());
         std::printf("stations switched off %lld times, port opened again %lld times\n", switchedOff,
                     rig.panel->counters().reopened);
         std::printf("%lld writes:", writes.begun());

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Hours of line time over a pseudo-terminal without pacing: ecpanel against ecsim with faults, and nothing is lost.
 
-Usage: pty_soak.py BUILD_DIR [--hours H] [--seed N] [--forget]
+Usage: pty_soak.py BUILD_DIR [--hours H] [--seed N] [--forget] [--kill]
 
 Line time is what "ecpanel plan" would say: bytes of requests and replies at 19200 baud, and two silences a request.
---forget takes a write back behind the panel's back at the end; the comparison must then fail.
+--forget takes a write back behind the panel's back at the end; --kill ends the panel on the way. Both must be found.
 """
 import argparse
 import json
@@ -67,6 +67,7 @@ def line_seconds(requests, data_bytes):
 class Soak:
     def __init__(self, options, folder):
         self.build, self.hours, self.forgets = os.path.abspath(options.build), options.hours, options.forget
+        self.kills = options.kill
         self.seed, self.random = options.seed, random.Random(options.seed)
         self.folder, self.port = folder, os.path.join(folder, 'plc')
         self.passed, self.failed = 0, 0
@@ -136,7 +137,11 @@ class Soak:
         next_look = next_line = began
         wanted = self.hours * 3600
         passed_time = 0
-        while passed_time < wanted and self.processes.are_alive():
+        while passed_time < wanted:
+            if self.kills and passed_time > 0:
+                self.processes.panel.kill()
+            if not self.processes.are_alive():
+                raise BrokenPipeError
             self.write()
             time.sleep(1 / WRITES_A_SECOND)
             if time.monotonic() < next_look:
@@ -152,6 +157,16 @@ class Soak:
             print(f'  {time.monotonic() - began:6.1f} s: {requests} requests, {passed_time / 3600:.2f} h of line time, '
                   f'{self.sent} writes, {self.processes.memory_text()}', flush=True)
         self.seconds = time.monotonic() - began
+
+    def run_to_the_end(self):
+        """False when one of the programs has ended by itself."""
+        try:
+            self.run()
+            self.finish()
+        except (OSError, RuntimeError, subprocess.TimeoutExpired) as error:
+            self.check(False, f'both programs run on: {self.processes.codes()} {error}')
+            return False
+        return True
 
     def finish(self):
         self.processes.tell_sim('clear-faults')
@@ -213,17 +228,17 @@ def main():
     parser.add_argument('--hours', type=float, default=24)
     parser.add_argument('--seed', type=int, default=1)
     parser.add_argument('--forget', action='store_true')
+    parser.add_argument('--kill', action='store_true')
     options = parser.parse_args()
     with tempfile.TemporaryDirectory() as folder:
         soak = Soak(options, folder)
         soak.write_files()
         soak.start()
         try:
-            soak.run()
-            soak.finish()
+            if soak.run_to_the_end():
+                soak.compare()
         finally:
             soak.processes.kill()
-        soak.compare()
     print(f'over a pseudo-terminal: {soak.passed} passed, {soak.failed} failed')
     return 1 if soak.failed else 0
 

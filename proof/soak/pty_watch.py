@@ -29,6 +29,10 @@ class Processes:
     def are_alive(self):
         return self.sim.poll() is None and self.panel.poll() is None
 
+    def codes(self):
+        return ', '.join(f'{name} {"runs" if process.poll() is None else f"has ended with {process.poll()}"}'
+                         for name, process in (('ecsim', self.sim), ('ecpanel', self.panel)))
+
     def tell_sim(self, command):
         self.sim.stdin.write(command + '\n')
         answer = self.sim.stdout.readline().split()
