@@ -71,10 +71,10 @@ def sample(mutants):
     return [m for m in mutants if m["number"] in numbers or m["file"] == "driver/checksum.cpp"]
 
 
-def tell_results(mutants, outcomes, reviewed, complete):
+def tell_results(mutants, outcomes, reviewed, existing, complete):
     result = report.Report(mutants, outcomes, reviewed)
     print("\n".join(result.table()))
-    survivors, stale = result.open_survivors(), result.stale(complete)
+    survivors, stale = result.open_survivors(), result.stale(existing)
     for title, lines in (("survive without a reason", report.listed(survivors)),
                          ("are in equivalent.txt, but killed or gone", [" | ".join(name) for name in stale])):
         if lines:
@@ -106,7 +106,7 @@ def main():
     outcomes = judge.judge_all(chosen, options.jobs,
                                lambda n: print(f"mutation: {n} of {len(chosen)} tried", flush=True))
     print(f"mutation: {len(chosen)} mutants tried in {time.monotonic() - began:.0f} s")
-    good = tell_results(chosen, outcomes, reviewed, options.form == "long" and not options.only)
+    good = tell_results(chosen, outcomes, reviewed, mutants, options.form == "long" and not options.only)
     return 0 if good else 1
 
 

@@ -41,11 +41,12 @@ class Report:
     def open_survivors(self):
         return [m for m in self.mutants if self.alive(m) and name_of(m) not in self.reviewed]
 
-    def stale(self, complete):
-        """Entries of the list that are killed, or (when all mutants were tried) exist no more."""
+    def stale(self, existing):
+        """Entries of the list that are killed, or are none of the existing mutants."""
         names = {name_of(m): m for m in self.mutants}
+        existing = {name_of(m) for m in existing}
         return [name for name in self.reviewed
-                if (name in names and not self.alive(names[name])) or (complete and name not in names)]
+                if (name in names and not self.alive(names[name])) or name not in existing]
 
     def row(self, title, mutants):
         killed = sum(not self.alive(m) for m in mutants)

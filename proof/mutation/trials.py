@@ -12,14 +12,14 @@ from reach import QUICK, environment, limited
 from report import name_of
 
 
-def attempt(trial, number):
+def attempt(trial, number, again=True):
     """How a trial ends with a mutant at work: "passed", "failed", "died" or "endless"."""
     try:
         done = subprocess.run(limited(trial.command, max(1, 5 * trial.seconds)), stdout=subprocess.DEVNULL,
                               stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL, check=False,
                               timeout=20 + 100 * trial.seconds, env=environment(EC_MUTANT=str(number)))
-    except subprocess.TimeoutExpired:  # it waits for something
-        return "endless"
+    except subprocess.TimeoutExpired:  # it waits for something, unless the whole machine stood still
+        return attempt(trial, number, False) if again else "endless"
     if done.returncode == -signal.SIGXCPU:
         return "endless"
     return "passed" if done.returncode == 0 else "died" if done.returncode < 0 else "failed"
