@@ -24,6 +24,7 @@ sys.path.insert(0, str(MODEL))
 import extremes  # noqa: E402
 from census import Census  # noqa: E402
 from comparison import Tally, compare, endure, random_sequences  # noqa: E402
+from limits import met  # noqa: E402
 from shim import Shim  # noqa: E402
 
 SHIM_SECONDS = 1800  # a loaded machine may take its time
@@ -47,6 +48,7 @@ class Piece:
 
     def run(self, shim, calls):
         tally, census = Tally(), Census()
+        met.clear()  # of the piece before
         said = io.StringIO()
         began = processor_seconds()
         with contextlib.redirect_stdout(said):
