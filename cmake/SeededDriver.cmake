@@ -1,5 +1,5 @@
-# ec_seeded_driver(NAME FILE EDIT...): the driver with a defect, as lib<NAME>.so, to show that a proof catches it. One file
-# is edited by sed, the rest is what the driver itself is linked from. An edit that changes nothing stops the build.
+# ec_seeded_driver(NAME FILE EDIT...): the driver with a defect, as lib<NAME>.so, to show that a proof catches it. One
+# file is edited by sed, the rest is what the driver itself is linked from. An edit that changes nothing stops the build.
 function(ec_seeded_driver name file)
   set(edited ${CMAKE_CURRENT_BINARY_DIR}/${name}/${file})
   cmake_path(GET edited PARENT_PATH folder)
