@@ -82,13 +82,15 @@ void finishHead(RequestQueue &queue, bool notify)
     if (list.isEmpty())
         return;
     const RW_VAR head = list.at(0);
-    const bool again =
-        std::any_of(list.constBegin() + 1, list.constEnd(), [&](const RW_VAR &var) { return sameVariable(var, head); });
+    const auto isHeads = [&head](const RW_VAR &var) { return sameVariable(var, head); };
     if (notify && PLC_driver.failFlag)
         notifyRequestDone(head, RequestFailed);
-    else if (notify && !again)
+    else if (notify && std::none_of(list.constBegin() + 1, list.constEnd(), isHeads))
         notifyRequestDone(head, RequestDone);
     passRetValue(head, PLC_driver.result);
+    // The callback may have emptied it.
+    if (list.isEmpty())
+        return;
     RequestQueue::Use use(queue);
     queue.removeFirst();
 }
@@ -141,6 +143,7 @@ void reportFailure()
         callback(none, PLC_driver.result.connectNo, 1);
 }
 
+/// DataCom without a reply. Apart from it, so that an array is made only where one is missing.
 RW_VAR *takeNothing(int len)
 {
     QByteArray nothing;

@@ -11,6 +11,7 @@ class TstDataComSafety : public QObject {
 private slots:
     void missingReplyIsEmpty();
     void missingCallbacksAreSkipped();
+    void queueEmptiedByItsCallbackStaysEmpty();
     void missingSettingsReadAsZero();
     void anyLengthIsSafe_data();
     void anyLengthIsSafe();
@@ -44,6 +45,21 @@ void TstDataComSafety::missingCallbacksAreSkipped()
     QCOMPARE(timeOut(), 44);
     QCOMPARE(answerWell(), 1);
     QCOMPARE(PLC_driver.onceReadList.size() + PLC_driver.writeList.size(), 0);
+}
+
+void TstDataComSafety::queueEmptiedByItsCallbackStaysEmpty()
+{
+    DriverFixture driver;
+    driver.settings.retryLimit = 0;
+    RegistCallBackFuncIntf([](int, int, int, int) { PLC_driver.writeList.clear(); }, nullptr);
+    PLC_driver.writeList << namedWrite(3, 7) << namedWrite(3, 8);
+    QCOMPARE(answerWell(), 1);
+    QCOMPARE(PLC_driver.result.varId, 7);
+    QVERIFY(PLC_driver.writeList.isEmpty());
+    PLC_driver.writeList << namedWrite(3, 9);
+    QCOMPARE(timeOut(), 44);
+    QVERIFY(PLC_driver.writeList.isEmpty());
+    QVERIFY(ComCommunication() == nullptr);
 }
 
 // Own station 0, no retries, one station.

@@ -68,6 +68,64 @@ private slots:
         }
     }
 
+    // A list that is moved entry by entry at each rotation would not stay where it is.
+    void headMovesByOnePlaceHoweverTheListWasMade_data()
+    {
+        QTest::addColumn<int>("way");
+        QTest::newRow("described") << 0;
+        QTest::newRow("filled to its last place") << 1;
+        QTest::newRow("replaced in the middle of a turn") << 2;
+        QTest::newRow("shortened at its head") << 3;
+        QTest::newRow("shortened at its end") << 4;
+        QTest::newRow("lengthened in the middle of a turn") << 5;
+        QTest::newRow("shared") << 6;
+    }
+    void headMovesByOnePlaceHoweverTheListWasMade()
+    {
+        QFETCH(int, way);
+        Cycle cycle(20, 0, 0);
+        QList<RW_VAR> &list = PLC_driver.readList;
+        for (int i = 0; i < 27; ++i)
+            Cycle::turnOnce(cycle.replies[0]);
+        const QList<RW_VAR> shared = list;
+        const RW_VAR entry = list.at(0);
+        QList<RW_VAR> full;
+        switch (way) {
+        case 1:
+        case 2:
+            while (full.size() < (way == 1 ? 1021 : 33))
+                full.append(entry);
+            list = full;
+            full.clear();
+            break;
+        case 3:
+            for (int i = 0; i < 9; ++i)
+                list.removeFirst();
+            break;
+        case 4:
+            while (list.size() > 3)
+                list.removeLast();
+            break;
+        case 5:
+            while (list.size() < 77)
+                list.append(entry);
+            break;
+        }
+        if (way != 6)
+            const_cast<QList<RW_VAR> &>(shared).clear();
+        Cycle::turnOnce(cycle.replies[0]); // it may be moved once
+        int back = 0;
+        for (int i = 0; i < 5 * list.size(); ++i) {
+            const auto before = list.constBegin();
+            Cycle::turnOnce(cycle.replies[0]);
+            const auto step = list.constBegin() - before;
+            if (step != 1)
+                QCOMPARE(int(step), 1 - list.size());
+            back += step != 1;
+        }
+        QCOMPARE(back, 5);
+    }
+
     // The record of the last answered frame is used again; what somebody else still holds of it stays as it is.
     void frameThatTheHostHasKeptIsNotWrittenOver()
     {

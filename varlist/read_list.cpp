@@ -12,11 +12,23 @@ namespace {
 
 enum { SortedByBytes = 128 }; // entries for which that is worth its tables
 
-int rotations = 0; // of readList since its last whole turn; listMutex
+// Of readList; listMutex. Where the last rotation has left the head: elsewhere, somebody else has changed the list.
+int rotations = 0; // since the last whole turn
+QList<RW_VAR>::const_iterator headPlace;
 
 bool beforeByAddress(const ReadPiece &left, const ReadPiece &right)
 {
     return left.address < right.address;
+}
+
+/// A list that others have changed may begin anywhere, without the room that a turn takes.
+void moveToItsOwnRoom(QList<RW_VAR> &list)
+{
+    QList<RW_VAR> roomy;
+    roomy.reserve(2 * list.size());
+    roomy.append(list);
+    list.swap(roomy);
+    rotations = 0;
 }
 
 /// A byte of the address; the highest one so that negative addresses come first.
@@ -153,20 +165,25 @@ void reserveTurn()
 {
     PLC_driver.readList.reserve(2 * PLC_driver.readList.size());
     rotations = 0;
+    headPlace = PLC_driver.readList.constBegin();
 }
 
+// A list moves its head to the end in constant time as long as there is room behind its last entry. A whole turn
+// backwards leaves the order as it is, and gives back the room that a turn has used up.
 void rotateReadList()
 {
     QList<RW_VAR> &list = PLC_driver.readList;
     const int size = list.size();
+    list.reserve(2 * size);
+    if (list.constBegin() != headPlace)
+        moveToItsOwnRoom(list);
     list.move(0, size - 1);
-    if (++rotations < size)
-        return;
-    // A list moves its head to the end in constant time as long as there is room behind its last entry. A whole turn
-    // backwards leaves the order as it is, and gives back the room that a turn has used up.
-    for (int i = 0; i < size; ++i)
-        list.move(size - 1, 0);
-    reserveTurn();
+    if (++rotations >= size) {
+        for (int i = 0; i < size; ++i)
+            list.move(size - 1, 0);
+        rotations = 0;
+    }
+    headPlace = list.constBegin();
 }
 
 bool isCutWhenRead(const RW_VAR &entry)

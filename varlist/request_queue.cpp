@@ -73,7 +73,7 @@ int RequestQueue::find(const RW_VAR &var)
         if (position >= 0 && position < list().size() && m_rules.keyOf(list().at(int(position))) == key)
             return int(position);
     }
-    // Equal entries, which only appending without a look makes, would each have to be known by their places.
+    // Equal entries, which appending without a look and cutting make, would each have to be known by their places.
     for (int i = m_rules.firstComparable; i < list().size(); ++i) {
         if (m_rules.keyOf(list().at(i)) == key)
             return i;
