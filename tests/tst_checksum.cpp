@@ -61,7 +61,6 @@ private slots:
     void digitBecomesCharacterWithoutARangeCheck();
     void characterBecomesDigitWithoutFoldingCase_data();
     void characterBecomesDigitWithoutFoldingCase();
-    void missingBufferCountsAsAnEmptyOne();
 };
 
 void TstChecksum::crcHasItsPublishedValues_data()
@@ -282,14 +281,6 @@ void TstChecksum::characterBecomesDigitWithoutFoldingCase()
     QFETCH(int, ch);
     QFETCH(int, value);
     QCOMPARE(ASCIIToDigital(ch), value);
-}
-
-void TstChecksum::missingBufferCountsAsAnEmptyOne()
-{
-    QCOMPARE(int(CalCRC(nullptr, 4)), 0xFFFF);
-    QCOMPARE(int(CalSUM(nullptr, 4)), 0);
-    QCOMPARE(int(CalLRC(nullptr, 4)), 256);
-    QCOMPARE(int(CalXOR(nullptr, 4)), 0);
 }
 
 QTEST_APPLESS_MAIN(TstChecksum)

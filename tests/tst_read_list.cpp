@@ -153,29 +153,6 @@ private slots:
         QTEST(blocks(group), "expected");
     }
 
-    void whetherGroupMakesNoMorePiecesThanThereIsRoomFor_data()
-    {
-        QTest::addColumn<int>("total");
-        QTest::addColumn<int>("room");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("room for all") << 100 << 4 << "300/32 332/32 364/32 396/4";
-        QTest::newRow("one too few") << 100 << 3 << "300/32 332/32 364/32";
-        QTest::newRow("one") << 100 << 1 << "300/32";
-        QTest::newRow("none") << 100 << 0 << "";
-        QTest::newRow("less than none") << 100 << -1 << "";
-        QTest::newRow("one, uncut") << 32 << 1 << "300/100";
-        QTest::newRow("none, uncut") << 32 << 0 << "";
-    }
-    void whetherGroupMakesNoMorePiecesThanThereIsRoomFor()
-    {
-        QFETCH(int, total);
-        QFETCH(int, room);
-        const ReadPiece entry = piece(8, {300, 100});
-        ReadGroup group;
-        WhetherGroup(total, 32, &entry, &group, room);
-        QTEST(blocks(group), "expected");
-    }
-
     void whetherGroupAppendsPiecesOfOneVariableBehindTheOthers()
     {
         const ReadPiece entry = piece(8, {300, 40, 3});
