@@ -118,7 +118,8 @@ void Panel::confirmationRead(int id, bool isAnswered, qint64 at)
 void Panel::findLostReads()
 {
     QSet<int> queued;
-    for (const RW_VAR &record : session.onceReadList())
+    const QList<RW_VAR> &waiting = session.onceReadList();
+    for (const RW_VAR &record : waiting)
         if (record.connectNo == ReadRecord)
             queued.insert(record.varId);
     const QSet<int> lost = onceReads - queued;
