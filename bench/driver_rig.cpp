@@ -84,6 +84,15 @@ void DriverRig::fullPass()
     verify(m_addresses.size() - 1);
 }
 
+void DriverRig::askForEachWord()
+{
+    QByteArray value(2, '\0');
+    for (int word = 0; word < (m_reply.size() - 5) / 2; ++word)
+        for (int block = 0; block < m_addresses.size(); ++block)
+            m_driver.getRegisterData(0, DevType, QString::number(m_addresses.at(block).toInt() + word),
+                                     stationOf(block), &value, 1);
+}
+
 void DriverRig::verify(int block)
 {
     const QByteArray expected = valuesOf((m_reply.size() - 5) / 2);

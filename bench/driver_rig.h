@@ -31,6 +31,9 @@ public:
     /// A turn for each block of the list. Ends the program when one was not good or its values are not in the image.
     void fullPass();
 
+    /// Reads each word of each block by itself, as a host may: first the first of every block, and so on.
+    void askForEachWord();
+
     /// Address text and station of a block.
     const QString &addressOf(int block) const { return m_addresses.at(block); }
     int stationOf(int block) const { return 1 + block / ListLength; }

@@ -31,6 +31,19 @@ void keyedTransaction(benchmark::State &state)
     driverTransaction(state, Storage::Keyed, int(state.range(0)) / Words, Words);
 }
 
+/// The same after a host that has asked for single values from all over: no two neighbours of a block are neighbours in
+/// the store.
+void scatteredTransaction(benchmark::State &state)
+{
+    enum { Stored = 60000 };
+    DriverRig rig(Storage::Keyed, Stored / Words, Words);
+    rig.askForEachWord();
+    rig.fullPass();
+    for (auto _ : state)
+        rig.transaction();
+    rig.fullPass();
+}
+
 void libmodbusTransaction(benchmark::State &state)
 {
     MemoryMaster master(int(state.range(0)));
@@ -97,6 +110,7 @@ BENCHMARK(keyedTransaction)
     ->Arg(10000)
     ->Arg(30000)
     ->Arg(60000);
+BENCHMARK(scatteredTransaction)->Name("transaction/driver/scattered");
 BENCHMARK(imageRead)->Name("read/image");
 BENCHMARK(keyedRead)->Name("read/keyed")->Arg(Words)->Arg(60000);
 BENCHMARK(memoryRead)->Name("limit/memory-read");

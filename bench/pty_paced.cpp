@@ -1,10 +1,13 @@
-// The least that a slow line can cost a program: requests made before, one sleep until the reply must be there.
+// The least that a slow line can cost a program: requests made before, a sleep for the silence and one until the reply
+// must be there.
 #include "bench/answer_counter.h"
 #include "bench/pty_masters.h"
 
 #include <cstdio>
+#include <iterator>
 #include <poll.h>
 #include <time.h>
+#include <vector>
 
 namespace {
 
@@ -92,8 +95,9 @@ int masterPaced(const char *device, const char *counterFile)
 {
     const int line = openRaw(device);
     volatile std::uint64_t *const answers = mapCounter(counterFile);
-    for (unsigned i = 0; answers != nullptr; i = (i + 1) % (sizeof Pass / sizeof *Pass)) {
-        const Request request(Pass[i]);
+    const std::vector<Request> requests(std::begin(Pass), std::end(Pass));
+    for (std::size_t i = 0; answers != nullptr; i = (i + 1) % requests.size()) {
+        const Request &request = requests[i];
         sleepFor(Silence);
         if (::write(line, request.bytes, RequestLength) != RequestLength)
             break;
