@@ -74,6 +74,8 @@ private slots:
     void manyKeysKeepTheirIndices();
     void neighboursAreFoundInAnyOrder();
     void neighbourIsNotTakenForAnEarlierRecordWithItsKey();
+    void neighbourWithAnotherKeyIsNotTaken_data();
+    void neighbourWithAnotherKeyIsNotTaken();
     void bitsLieEightToARecord();
     void addressBeyondAnIntHasNoRecord();
     void randomChangesFromOutsideNeverMislead();
@@ -351,6 +353,33 @@ void TstExtendStore::neighbourIsNotTakenForAnEarlierRecordWithItsKey()
     QCOMPARE(positionsOf({10, 11, 12}), QStringLiteral("1 0 3"));
     PLC_driver.extendVarList.removeFirst();
     QCOMPARE(positionsOf({10, 11, 12}), QStringLiteral("0 1 2"));
+}
+
+void TstExtendStore::neighbourWithAnotherKeyIsNotTaken_data()
+{
+    QTest::addColumn<int>("station");
+    QTest::addColumn<int>("devType");
+    QTest::addColumn<int>("address");
+    QTest::newRow("a lower station") << 4 << 9 << 11;
+    QTest::newRow("a higher station") << 6 << 9 << 11;
+    QTest::newRow("a lower code") << 5 << 8 << 11;
+    QTest::newRow("a higher code") << 5 << 10 << 11;
+    QTest::newRow("a lower address") << 5 << 9 << 9;
+    QTest::newRow("a higher address") << 5 << 9 << 12;
+}
+
+void TstExtendStore::neighbourWithAnotherKeyIsNotTaken()
+{
+    QFETCH(int, station);
+    QFETCH(int, devType);
+    QFETCH(int, address);
+    DriverFixture driver;
+    PLC_driver.extendVarList << record(5, 9, 10) << record(station, devType, address);
+    KeyedRecords records(5, 9);
+    records.dataAt(10);
+    records.dataAt(11);
+    QCOMPARE(records.last(), 2);
+    QCOMPARE(PLC_driver.extendVarList.at(2).address, 11);
 }
 
 void TstExtendStore::bitsLieEightToARecord()

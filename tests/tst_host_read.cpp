@@ -132,6 +132,8 @@ void TstHostRead::recordsTooShortReadAsZero_data()
     readRow("one byte of a word", 7, "10", 1, "00 00");
     readRow("one byte of a pair's high word", 12, "10", 2, "78 56 00 00");
     readRow("three bytes of a value", 13, "210", 2, "00 00 00 00");
+    overRow("three bytes of a value, over old bytes", 13, "210", 2, "AA BB CC DD", "00 00 00 00");
+    overRow("one byte of a word, over old bytes", 7, "10", 1, "AA BB", "00 00");
     readRow("word bits in the byte that is there", 15, "10.6", 4, "01 01 00 00");
 }
 

@@ -11,6 +11,7 @@ class TstHostReadBounds : public QObject {
     Q_OBJECT
 
 private slots:
+    void keyedValuesBeyondAnIntAreZero();
     void firstArgumentIsNotUsed();
     void unknownCodesLeaveTheArray_data();
     void unknownCodesLeaveTheArray();
@@ -127,6 +128,8 @@ void TstHostReadBounds::addressesOutsideTheAreaReadAsZero_data()
 {
     readColumns();
     overRow("the last word and one beyond", 100, "65534", 2, "AA AA AA AA AA", "01 C0 00 00 AA");
+    overRow("the last word and many beyond, over old bytes", 100, "65534", 6, "AA AA AA AA AA AA AA AA AA AA AA AA",
+            "01 C0 00 00 00 00 00 00 00 00 00 00");
     overRow("a word beyond", 100, "65535", 1, "AA AA", "00 00");
     overRow("the largest word", 100, "2147483647", 2, "AA AA AA AA", "00 00 00 00");
     overRow("half a pair beyond", 101, "65534", 2, "", "00 00 01 C0");
@@ -253,6 +256,17 @@ void TstHostReadBounds::unusableAddressNeedsNoLock()
     reader.finish();
     PLC_driver.imageMutex.unlock();
     QCOMPARE(returned, 0);
+}
+
+// Code 13 starts 200 below its text, so that a long array goes past the largest address.
+void TstHostReadBounds::keyedValuesBeyondAnIntAreZero()
+{
+    DriverFixture driver;
+    driver.settings.stationScope = 1;
+    PLC_driver.extendVarList << record(7, 13, INT_MAX, "11 22 33 44");
+    QByteArray values(4 * 202, '\xAA');
+    QCOMPARE(GetRegisterData(0, 13, QStringLiteral("2147483647"), 7, &values, 2 * 202), 1);
+    QCOMPARE(toHex(values.mid(4 * 200)), QStringLiteral("33 44 11 22 00 00 00 00"));
 }
 
 QTEST_APPLESS_MAIN(TstHostReadBounds)

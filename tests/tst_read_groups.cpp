@@ -20,6 +20,18 @@ class TstReadGroups : public QObject {
     Q_OBJECT
 
 private slots:
+    void numbersThatAreNoCodesHaveGroupsOfTheirOwn()
+    {
+        for (int stationScope : {1, -1}) {
+            DriverFixture driver;
+            driver.settings.stationScope = stationScope;
+            QList<VARDESC> descriptions{description(0, "0", 8, 7), description(50, "0", 2, 7),
+                                        description(60, "2", 2, 7)};
+            ReCreatReadVarList(descriptions);
+            QCOMPARE(summary(PLC_driver.readList), QStringLiteral("0/0/1@7 50/0/2@7 60/2/2@7"));
+        }
+    }
+
     void oneVariableBecomesByCode_data()
     {
         QTest::addColumn<VARDESC>("desc");

@@ -199,6 +199,9 @@ QList<RW_VAR> fullQueue()
 
 } // namespace
 
+typedef int RW_VAR::*RequestPart;
+Q_DECLARE_METATYPE(RequestPart)
+
 class TstRequestQueue : public QObject {
     Q_OBJECT
 
@@ -218,6 +221,24 @@ private slots:
         QFETCH(bool, writes);
         DriverFixture driver;
         Game(seed, writes).play(400);
+    }
+
+    // The same for the impatient.
+    void queueIsWhatItsRulesMakeOfItInAShortGame_data()
+    {
+        QTest::addColumn<unsigned>("seed");
+        QTest::addColumn<bool>("writes");
+        for (unsigned seed = 101; seed <= 104; ++seed) {
+            QTest::addRow("writes, seed %u", seed) << seed << true;
+            QTest::addRow("one-shot reads, seed %u", seed) << seed << false;
+        }
+    }
+    void queueIsWhatItsRulesMakeOfItInAShortGame()
+    {
+        QFETCH(unsigned, seed);
+        QFETCH(bool, writes);
+        DriverFixture driver;
+        Game(seed, writes).play(60);
     }
 
     void fullQueueReplacesButDoesNotGrow()
@@ -261,6 +282,53 @@ private slots:
         QCOMPARE(AddListWriteVar(&old, 0), 5);
         QCOMPARE(PLC_driver.writeList.at(2).address, 77);
         QCOMPARE(PLC_driver.writeList.at(4).address, 2);
+    }
+
+    void eachPartOfTheKeyCounts_data()
+    {
+        QTest::addColumn<RequestPart>("part");
+        QTest::addColumn<bool>("writes");
+        QTest::addColumn<int>("change");
+        const struct {
+            const char *name;
+            RequestPart part;
+            bool alsoWrites;
+        } parts[] = {{"station", &RW_VAR::station, true},      {"devType", &RW_VAR::devType, true},
+                     {"address", &RW_VAR::address, true},      {"count", &RW_VAR::count, true},
+                     {"connectNo", &RW_VAR::connectNo, false}, {"varId", &RW_VAR::varId, false}};
+        for (const auto &part : parts) {
+            for (int change : {-1, 1}) {
+                QTest::addRow("one-shot reads, %s by %d", part.name, change) << part.part << false << change;
+                if (part.alsoWrites)
+                    QTest::addRow("writes, %s by %d", part.name, change) << part.part << true << change;
+            }
+        }
+    }
+    // Changed as above: the index still leads there, so the parts themselves must be compared.
+    void eachPartOfTheKeyCounts()
+    {
+        QFETCH(RequestPart, part);
+        QFETCH(bool, writes);
+        QFETCH(int, change);
+        DriverFixture driver;
+        QList<RW_VAR> &list = writes ? PLC_driver.writeList : PLC_driver.onceReadList;
+        const auto add = [writes](int address) {
+            RW_VAR var = writes ? wordWrite(address, 5) : readVar(7, address, 1, 5);
+            var.devType = 10;
+            var.connectNo = var.varId = 5;
+            var.addrText = QString::number(address);
+            if (writes)
+                AddListWriteVar(&var, 0);
+            else
+                AddListOnceReadVar(&var, 0);
+        };
+        for (int address : {10, 20, 30, 20})
+            add(address);
+        QCOMPARE(list.size(), 3);
+        const_cast<RW_VAR &>(list.at(1)).*part += change;
+        add(20);
+        QCOMPARE(list.size(), 4);
+        QCOMPARE(list.at(3).address, 20);
     }
 
     void headRemovedUnderAChangedKeyIsForgotten()

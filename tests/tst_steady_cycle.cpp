@@ -72,13 +72,15 @@ private slots:
     void headMovesByOnePlaceHoweverTheListWasMade_data()
     {
         QTest::addColumn<int>("way");
-        QTest::newRow("described") << 0;
+        QTest::newRow("left alone") << 0;
         QTest::newRow("filled to its last place") << 1;
         QTest::newRow("replaced in the middle of a turn") << 2;
         QTest::newRow("shortened at its head") << 3;
         QTest::newRow("shortened at its end") << 4;
         QTest::newRow("lengthened in the middle of a turn") << 5;
         QTest::newRow("shared") << 6;
+        QTest::newRow("lengthened within its room") << 7;
+        QTest::newRow("described, from the first on") << 8;
     }
     void headMovesByOnePlaceHoweverTheListWasMade()
     {
@@ -87,7 +89,7 @@ private slots:
         QList<RW_VAR> &list = PLC_driver.readList;
         for (int i = 0; i < 27; ++i)
             Cycle::turnOnce(cycle.replies[0]);
-        const QList<RW_VAR> shared = list;
+        const QList<RW_VAR> shared = way == 6 ? list : QList<RW_VAR>();
         const RW_VAR entry = list.at(0);
         QList<RW_VAR> full;
         switch (way) {
@@ -107,13 +109,20 @@ private slots:
                 list.removeLast();
             break;
         case 5:
-            while (list.size() < 77)
+        case 7:
+            while (list.size() < (way == 5 ? 77 : 32))
                 list.append(entry);
             break;
+        case 8: {
+            QList<VARDESC> descriptions;
+            for (int i = 0; i < 20; ++i)
+                descriptions.append(description(7, qPrintable(QString::number(100 * i)), 1));
+            QCOMPARE(ReCreatReadVarList(descriptions), 20);
+            break;
         }
-        if (way != 6)
-            const_cast<QList<RW_VAR> &>(shared).clear();
-        Cycle::turnOnce(cycle.replies[0]); // it may be moved once
+        }
+        if (way != 8)
+            Cycle::turnOnce(cycle.replies[0]); // it may be moved once
         int back = 0;
         for (int i = 0; i < 5 * list.size(); ++i) {
             const auto before = list.constBegin();
@@ -124,6 +133,17 @@ private slots:
             back += step != 1;
         }
         QCOMPARE(back, 5);
+    }
+
+    // What the frame before has left in it must not go out.
+    void missingValuesAreZerosInAFrameUsedAgain()
+    {
+        DriverFixture driver;
+        PLC_driver.writeList << writeVar(7, 0, 20, QByteArray(40, '\xFF')) << writeVar(7, 0, 20, QByteArray(2, '\x11'));
+        QCOMPARE(answerWell(), 1);
+        const QByteArray frame = ComCommunication()->frame;
+        QCOMPARE(toHex(frame.left(9)), QStringLiteral("01 10 00 00 00 14 28 11 11"));
+        QCOMPARE(frame.mid(9, 38), QByteArray(38, '\0'));
     }
 
     // The record of the last answered frame is used again; what somebody else still holds of it stays as it is.

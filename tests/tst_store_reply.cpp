@@ -51,6 +51,9 @@ private slots:
     void keyedWordBitLengthBelowTwoCutsTheFirstRecordOfTheStore();
     void keyedWordBitLengthBelowTwoIsSafeInAnEmptyStore();
     void storageModeIsChosenAtEachReply();
+    void dataPlaceComesFromTheRequestAlone_data();
+    void dataPlaceComesFromTheRequestAlone();
+    void wordOfAWriteThatIsGoneGoesBackAsItCame();
 };
 
 void TstStoreReply::imageModeStoresByCode_data()
@@ -217,6 +220,7 @@ void TstStoreReply::keyedModeStoresByCode_data()
     bareRow("13 exactly long enough", 13, 5, 4, "01 03 04 12 34 56 78", "7/13/5=34 12 78 56");
     bareRow("15 one byte short", 15, 10, 2, "01 03 02 12", "7/7/10=00 00");
     bareRow("empty reply", 7, 100, 2, "", "7/7/100=00 00");
+    bareRow("words to the very end", 7, 100, 4, "01 03 04 12 34 56 78", "7/7/100=34 12, 7/7/101=78 56");
 }
 
 void TstStoreReply::keyedModeStoresByCode()
@@ -308,6 +312,47 @@ void TstStoreReply::storageModeIsChosenAtEachReply()
     storeReply(withCrc("01 03 02 56 78"));
     QCOMPARE(image(), QStringLiteral("word7[100]=1234"));
     QCOMPARE(store(), QStringLiteral("7/7/100=78 56"));
+}
+
+// The host may have put anything into protocolList: data before the reply are none.
+void TstStoreReply::dataPlaceComesFromTheRequestAlone_data()
+{
+    QTest::addColumn<int>("devType");
+    QTest::addColumn<int>("dataOffset");
+    QTest::addColumn<int>("dataLen");
+    QTest::addColumn<QString>("after");
+    QTest::newRow("words, offset 0") << 7 << 0 << 4 << "word7[104]=0103 word7[105]=0412";
+    QTest::newRow("words, offset -1") << 7 << -1 << 2 << "";
+    QTest::newRow("words, offset -6, more than came") << 7 << -6 << 14 << "";
+    QTest::newRow("bits, offset 0") << 2 << 0 << 2 << "bit2[13]=01 bit2[14]=03";
+    QTest::newRow("bits, offset -1") << 2 << -1 << 1 << "";
+    QTest::newRow("bits, offset -6, more than came") << 2 << -6 << 13 << "";
+    QTest::newRow("values, offset -1") << 13 << -1 << 4 << "";
+}
+
+void TstStoreReply::dataPlaceComesFromTheRequestAlone()
+{
+    QFETCH(int, devType);
+    QFETCH(int, dataOffset);
+    QFETCH(int, dataLen);
+    DriverFixture driver;
+    readInFlight(devType, 104, dataLen);
+    PLC_driver.protocolList.first().dataOffset = dataOffset;
+    storeReply(hex("01 03 04 12 34 56 78"));
+    QTEST(image(), "after");
+}
+
+void TstStoreReply::wordOfAWriteThatIsGoneGoesBackAsItCame()
+{
+    for (int stationScope : {0, 1}) {
+        DriverFixture driver;
+        driver.settings.stationScope = stationScope;
+        readInFlight(15, 10, 2, 1, -1);
+        writeBehind();
+        PLC_driver.writeList.clear();
+        storeReply(withCrc("01 03 02 FF FF"));
+        QCOMPARE(toHex(PLC_driver.protocolList.at(1).frame.mid(4, 2)), QStringLiteral("FF FF"));
+    }
 }
 
 QTEST_APPLESS_MAIN(TstStoreReply)
