@@ -90,12 +90,15 @@ def tell_results(mutants, outcomes, reviewed, existing, complete):
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("form", choices=("short", "long", "seeded"))
+    parser.add_argument("form", choices=("short", "long", "seeded", "review"))
     parser.add_argument("-j", dest="jobs", type=int, default=os.cpu_count())
     parser.add_argument("--only", default="", help="files or functions that contain this")
     parser.add_argument("--quick", action="store_true", help="without the slots that take longer than a second")
     options = parser.parse_args()
     options.quick |= options.form != "long"
+    if options.form == "review":
+        print("\n".join(report.review(report.read_reviewed(os.path.join(ROOM, "equivalent.txt")))))
+        return 0
     mutants, reviewed, judge = prepare(options)
     if options.form == "seeded":
         return 0 if seeded.tell(mutants, judge) else 1

@@ -30,6 +30,18 @@ def read_reviewed(path):
     return reviewed
 
 
+def review(reviewed):
+    """The reviewed mutants as a table: reason, number, functions."""
+    groups = collections.defaultdict(list)
+    for name, why in reviewed.items():
+        groups[why].append(name)
+    rows = ["| Why nothing can tell it from the driver | Mutants | Where |", "| --- | --- | --- |"]
+    for why, names in groups.items():
+        places = dict.fromkeys(f"`{function or file}`" for file, function, _, _ in names)
+        rows.append(f"| {why.rstrip('.')} | {len(names)} | {', '.join(places)} |")
+    return rows
+
+
 class Report:
     def __init__(self, mutants, outcomes, reviewed):
         self.mutants, self.reviewed = mutants, reviewed
