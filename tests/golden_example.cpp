@@ -65,6 +65,7 @@ private:
     static Word wordOf(const QString &word);
     bool isInPlace(const QString &word) const;
     QString checkResult(int code);
+    QString checkGoodReply();
     QString checkAnswer() const;
 
     ExampleCalls calls;
@@ -98,7 +99,7 @@ QString ExamplePlay::take(const PageLine &line)
         return QStringLiteral("malformed: \"%1\" has no place here").arg(line.word);
     QString problem;
     if (isResultDue && line.word != QLatin1String("result"))
-        problem = checkResult(1);
+        problem = checkGoodReply();
     if (problem.isEmpty())
         problem = isCall ? calls.make(line.word, line.rest) : (this->*word)(line.rest);
     previous = line.word;
@@ -174,20 +175,26 @@ QString ExamplePlay::result(const QString &rest)
 QString ExamplePlay::checkResult(int code)
 {
     isResultDue = false;
-    const QString problem = differs("the result of the reply", QString::number(code), QString::number(resultCode));
-    return problem.isEmpty() && code == 1 && !answer.isEmpty() ? checkAnswer() : problem;
+    return differs("the result of the reply", QString::number(code), QString::number(resultCode));
+}
+
+/// A reply of which the example says nothing more.
+QString ExamplePlay::checkGoodReply()
+{
+    const QString problem = checkResult(1);
+    return problem.isEmpty() && !answer.isEmpty() ? checkAnswer() : problem;
 }
 
 /// Of a good reply the driver looks at the length and the CRC. The page is held to what a PLC sends: an echo to a
-/// write, to a read the function and the number of data bytes. What a remote station sends is its own matter.
+/// write, to a read the station, the function and the number of data bytes. What a remote station sends is its own
+/// matter.
 QString ExamplePlay::checkAnswer() const
 {
     if (calls.driver.settings.remoteMode != 0)
         return QString();
     const bool isRead = inFlight.dataLen > 0;
-    const QByteArray due = isRead ? inFlight.frame.mid(1, 1) + char(inFlight.dataLen) : inFlight.frame.left(6);
-    const QByteArray start = isRead ? answer.mid(1, 2) : answer.left(6);
-    return start == due ? QString() : QStringLiteral("malformed: a PLC's reply has %1 here").arg(toHex(due));
+    const QByteArray due = isRead ? inFlight.frame.left(2) + char(inFlight.dataLen) : inFlight.frame.left(6);
+    return answer.startsWith(due) ? QString() : QStringLiteral("malformed: a PLC's reply has %1 here").arg(toHex(due));
 }
 
 QString ExamplePlay::shows(const QString &rest)
@@ -204,7 +211,7 @@ QString ExamplePlay::finish()
 {
     if (firstRequest.isEmpty() || (previous == QLatin1String("request") && isOpen))
         return QStringLiteral("malformed: no request, or nothing says what it expects");
-    const QString problem = isResultDue ? checkResult(1) : QString();
+    const QString problem = isResultDue ? checkGoodReply() : QString();
     if (!problem.isEmpty())
         return problem;
     if (isOpen) {

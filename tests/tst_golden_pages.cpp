@@ -193,8 +193,9 @@ void TstGoldenPages::damageIsFoundAndItsLineNamed_data()
            "page:8: the request");
     addRow("a byte of the one behind", "A9 C8", "A9 C9", "page:5: the frame behind");
     addRow("the CRC of a reply", "B8 44", "B8 45", "page:7: the result of the reply");
-    addRow("an echo that is none", "reply     01 06 00 0A 00 08 A8 0E", "reply     01 06 00 0A 00 18 A9 C2",
-           "page:11: malformed");
+    addRow("an echo that is none", "reply     01 06 00 0A 00 08 A8 0E\nresult    1\n",
+           "reply     01 06 00 0A 00 18 A9 C2\n", "page:11: malformed");
+    addRow("the station of a reply", "01 03 02 00 00 B8 44", "02 03 02 00 00 FC 44", "page:7: malformed");
     addRow("the number of data bytes", "01 03 02 00 00 B8 44", "01 03 04 00 00 58 45", "page:7: malformed");
     addRow("the length", "7 bytes", "8 bytes", "page:4: what is expected");
     addRow("the place of the data", "byte 3", "byte 4", "page:4: what is expected");
