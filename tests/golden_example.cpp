@@ -186,15 +186,17 @@ QString ExamplePlay::checkGoodReply()
 }
 
 /// Of a good reply the driver looks at the length and the CRC. The page is held to what a PLC sends: an echo to a
-/// write, to a read the station, the function and the number of data bytes. What a remote station sends is its own
-/// matter.
+/// write, to a read the station, the function and the number of data bytes. A remote station has only this number to
+/// keep to.
 QString ExamplePlay::checkAnswer() const
 {
-    if (calls.driver.settings.remoteMode != 0)
-        return QString();
     const bool isRead = inFlight.dataLen > 0;
-    const QByteArray due = isRead ? inFlight.frame.left(2) + char(inFlight.dataLen) : inFlight.frame.left(6);
-    return answer.startsWith(due) ? QString() : QStringLiteral("malformed: a PLC's reply has %1 here").arg(toHex(due));
+    const bool isRemote = calls.driver.settings.remoteMode != 0;
+    QByteArray due = isRead ? inFlight.frame.left(2) + char(inFlight.dataLen) : inFlight.frame.left(6);
+    if (isRemote)
+        due = isRead ? due.mid(2) : QByteArray();
+    const QByteArray given = answer.mid(isRemote ? 2 : 0, due.size());
+    return given == due ? QString() : QStringLiteral("malformed: a PLC's reply has %1 here").arg(toHex(due));
 }
 
 QString ExamplePlay::shows(const QString &rest)

@@ -128,14 +128,16 @@ QString checkCode(int code, const QString &numbers, int base)
 {
     static const QRegularExpression form(
         QStringLiteral("^\\(?a(?: \\+ (\\d+))?\\)?( × 2)?(?:; from (\\d+) on \\(?a \\+ (\\d+)\\)?(?: × 2)?)?$"));
-    static const QRegularExpression other(QStringLiteral("^(as \\d+|that of the word)$"));
+    static const QRegularExpression other(QStringLiteral("^(?:as (\\d+)|that of the word)$"));
     if (get_type(code) != base)
         return QStringLiteral("the driver has code %1 stored as %2").arg(code).arg(get_type(code));
     const QRegularExpressionMatch formula = form.match(numbers);
-    if (!formula.hasMatch() && !other.match(numbers).hasMatch())
+    const QRegularExpressionMatch likeAnother = other.match(numbers);
+    if (!formula.hasMatch() && !likeAnother.hasMatch())
         return malformed({numbers});
+    const int like = likeAnother.captured(1).isEmpty() ? base : likeAnother.captured(1).toInt();
     for (int a : {0, 1, 55, 56, 255, 256, 1023, 1024, 2047, 2048, 5000}) {
-        const int number = formula.hasMatch() ? numberByFormula(formula, a) : get_type_add(base, a);
+        const int number = formula.hasMatch() ? numberByFormula(formula, a) : get_type_add(like, a);
         if (number != get_type_add(code, a))
             return QStringLiteral("the driver has %1 for element %2").arg(get_type_add(code, a)).arg(a);
     }
@@ -154,29 +156,34 @@ QString checkCodes(const QStringList &cells)
     return problem;
 }
 
-/// "0 to 255, 256 to 1255" and "registers 8000-8255, 12000-12999": both ends of each piece.
+/// The numbers of both ends of a piece of an area. Of code 13 the last is the second register of the value.
+QStringList endsOf(int code, const QRegularExpressionMatch &addresses, int area)
+{
+    const int first = PLCAddressChangeIntef(area, addresses.captured(1));
+    const int last = PLCAddressChangeIntef(area, addresses.captured(2));
+    return {QString::number(get_type_add(code, first)),
+            QString::number(get_type_add(code, last) + (code == 13 ? 1 : 0))};
+}
+
+/// "0 to 255, 256 to 1255" and "registers 8000-8255, 12000-12999": both ends of each piece, for each code. Addresses
+/// are those of the first.
 QString checkArea(const QStringList &cells)
 {
     static const QRegularExpression addresses(QStringLiteral("(\\d+) to (\\d+)"));
     static const QRegularExpression numbers(QStringLiteral("(\\d+)-(\\d+)"));
+    const QStringList codes = cells[0].split(QStringLiteral(", "));
     auto address = addresses.globalMatch(cells[1]);
     auto number = numbers.globalMatch(cells[2]);
-    const QStringList codes = cells[0].split(QStringLiteral(", "));
     if (!areNumbers(codes) || !address.hasNext())
         return malformed(cells);
+    QString problem;
     while (address.hasNext() && number.hasNext()) {
-        const auto piece = address.next();
-        QStringList ends;
-        for (int side : {1, 2}) {
-            const int element = PLCAddressChangeIntef(codes.first().toInt(), piece.captured(side));
-            const int last = get_type(codes.first().toInt()) == 13 ? side - 1 : 0; // The second register of the value.
-            ends << QString::number(get_type_add(codes.first().toInt(), element) + last);
-        }
-        const QString problem = differs(number.next().capturedTexts().mid(1), ends);
-        if (!problem.isEmpty())
-            return problem;
+        const QRegularExpressionMatch piece = address.next();
+        const QStringList ends = number.next().capturedTexts().mid(1);
+        for (const QString &code : codes)
+            problem += differs(ends, endsOf(code.toInt(), piece, codes.first().toInt()));
     }
-    return address.hasNext() || number.hasNext() ? malformed(cells) : QString();
+    return address.hasNext() || number.hasNext() ? malformed(cells) : problem;
 }
 
 RowCheck checkOf(const QStringList &header)

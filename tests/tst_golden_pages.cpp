@@ -275,10 +275,12 @@ void TstGoldenPages::damagedRowIsFound_data()
     const QString codes = QStringLiteral("| Code | Element | Address text | Modbus number | Read and stored as |\n"
                                          "|---|---|---|---|---|\n");
     QTest::newRow("stored as") << codes + "| 12 | 32 bits | decimal | as 7 | 12 |";
+    QTest::newRow("as another") << codes + "| 12 | 32 bits | decimal | as 8 | 7 |";
     QTest::newRow("formula") << codes + "| 8 | word | decimal | a + 8000; from 256 on a + 11743 | 8 |";
     QTest::newRow("place of the jump") << codes + "| 8 | word | decimal | a + 8000; from 255 on a + 11744 | 8 |";
     const QString areas = QStringLiteral("| Codes | Addresses | Modbus numbers |\n|---|---|---|\n");
     QTest::newRow("area") << areas + "| 8 | 0 to 255, 256 to 1255 | registers 8000-8255, 12000-13000 |";
+    QTest::newRow("code of an area") << areas + "| 8, 15 | 0 to 255, 256 to 1255 | registers 8000-8255, 12000-12999 |";
     QTest::newRow("header") << "| Code | Text | Place |\n|---|---|---|\n| 0 | `17` | 15 |";
 }
 
