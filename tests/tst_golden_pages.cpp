@@ -37,6 +37,13 @@ QStringList allOf(const Page &page, const char *word)
     return found;
 }
 
+/// A slot with data but no row would abort. That the page is empty is for pagesAreWellFormedAndFull() to say.
+void skipWithout(int rows)
+{
+    if (rows == 0)
+        QSKIP("nothing on the page");
+}
+
 const char GoodExample[] = "```frame\n"
                            "write     code 15, address 10.3, count 1, value 01\n"
                            "request   01 03 00 0A 00 01 A4 08\n"
@@ -75,7 +82,7 @@ private slots:
 
 void TstGoldenPages::pagesAreWellFormedAndFull()
 {
-    QCOMPARE(framesPage().problems + deviceTypesPage().problems, QStringList());
+    QCOMPARE((framesPage().problems + deviceTypesPage().problems).join(QLatin1Char(' ')), QString());
     const int frames =
         (allOf(framesPage(), "request") + allOf(framesPage(), "behind")).size() + allOf(framesPage(), "reply").size();
     int byteTables = 0;
@@ -124,6 +131,7 @@ void TstGoldenPages::examplesCoverEveryCodeAndBothSidesOfEachJump()
 void TstGoldenPages::driverDoesWhatTheExampleSays_data()
 {
     QTest::addColumn<PageExample>("example");
+    skipWithout(framesPage().examples.size());
     for (const PageExample &example : framesPage().examples) {
         QStringList name(framesPage().at(example.number));
         for (const PageLine &line : example.lines.mid(0, 2))
@@ -142,6 +150,7 @@ void TstGoldenPages::driverDoesWhatTheExampleSays()
 void TstGoldenPages::tableOfBytesIsAFrameOfThePage_data()
 {
     QTest::addColumn<PageTable>("table");
+    skipWithout(framesPage().tables.size());
     for (const PageTable &table : framesPage().tables) {
         if (isTableOfBytes(table))
             QTest::newRow(qPrintable(framesPage().at(table.number))) << table;
@@ -162,6 +171,7 @@ void TstGoldenPages::driverAgreesWithTheRow_data()
 {
     QTest::addColumn<QStringList>("header");
     QTest::addColumn<QStringList>("cells");
+    skipWithout(deviceTypesPage().tables.size());
     for (const PageTable &table : deviceTypesPage().tables) {
         for (const PageRow &row : table.rows) {
             const QString name = deviceTypesPage().at(row.number) + row.cells.join(QLatin1Char(' '));
