@@ -17,8 +17,8 @@ const char Description[] =
 const char Footer[] =
     "First steps:\n"
     "  1. Copy examples/line.toml and examples/tags.csv into a folder of your own and go there. In line.toml set\n"
-    "     the serial port, baud, parity and stop bits of your PLC and the path of the driver; in tags.csv give each\n"
-    "     variable of the PLC a line. Every key is explained there; ecpanel types lists the device types.\n"
+    "     the serial port, baud, parity and stop bits of your PLC; in tags.csv give each variable of the PLC a line.\n"
+    "     Every key is explained there; ecpanel types lists the device types.\n"
     "  2. ecpanel check         says what is wrong in them, with file and line\n"
     "  3. ecpanel plan          shows what will be asked of the PLC, and how long it takes; opens no port\n"
     "  4. ecpanel probe         finds the stations that answer on the line\n"
@@ -27,7 +27,8 @@ const char Footer[] =
     "  No PLC at hand: ecpanel demo brings its own.\n"
     "\n"
     "ecpanel VERB --help has the options of a verb and examples. Settings and tags are line.toml and tags.csv in the\n"
-    "current folder unless --settings and --tags name others.\n"
+    "current folder unless --settings and --tags name others. Installed, the examples are in\n"
+    "share/doc/emerson-ec-series-tools/examples.\n"
     "\n"
     "Exit codes: 0 all right, 2 wrong usage, settings or tags, 3 serial port, 4 no reply in time, 5 bad reply or\n"
     "exception, 6 write not confirmed, 130 interrupted.";

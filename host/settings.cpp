@@ -64,7 +64,7 @@ void readDriver(const toml::table &root, const QString &fileName, PanelSettings 
 {
     TomlTable table(root, "driver", problems);
     QString path;
-    if (table.readText("path", Need::Required, "the driver's file, as \"libemerson_ec_series.so\"", &path))
+    if (table.readText("path", Need::Optional, "the driver's file, as \"libemerson_ec_series.so\"", &path))
         settings->driverPath = QDir::cleanPath(QFileInfo(fileName).absoluteDir().absoluteFilePath(path));
     int format = 0;
     table.readChoice("format", Need::Optional, {"modbus", "remote"}, &format);

@@ -35,7 +35,7 @@ struct LineSettings {
 
 struct PanelSettings {
     LineSettings line;
-    QString driverPath;  ///< Absolute.
+    QString driverPath;  ///< Absolute; empty = the one that findDriver knows.
     int maxBlockLen = 0; ///< Even, 2 to longestBlock.
     int retries = 0;
     bool hasSeveral = false; ///< Several stations (the driver's keyed store) or one PLC.

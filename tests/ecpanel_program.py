@@ -310,6 +310,10 @@ class Check(Case):
         _, err = self.run_panel("check", "--driver", "tags.csv", code=2)
         self.assertIn("tags.csv is no library: expected a driver library", err)
 
+    def test_driver_left_out(self):
+        self.write_file("line.toml", self.read_file("line.toml").replace('path = "%s"\n' % DRIVER, ""))
+        self.assertEqual(self.run_json("check")["driver"], DRIVER)
+
     def test_examples_are_right(self):
         examples = os.path.join(SOURCE, "examples")
         self.run_panel("check", "--settings", os.path.join(examples, "line.toml"), "--tags",

@@ -67,15 +67,14 @@ bool load(const CommonOptions &options, bool isWithTags, Loaded *loaded, QString
 /// Opens the trace file when one was asked for. False, with the reason printed, when it cannot be written or is a file
 /// that a trace must not take the place of: one that is read, or anything but a trace.
 bool startTrace(const CommonOptions &options, Loaded *loaded);
-/// Loads the driver for verbs without settings: the path given, or the library beside the program, or that in
-/// ../lib/emerson_ec_series/. False with the reason printed.
+/// Loads the driver for verbs without settings: the path given, or what findDriver says. False with the reason printed.
 bool loadDriver(const CommonOptions &options, Plugin *plugin);
 /// Reads a trace. False, with every problem printed; when the file is no trace at all that is the only one. lines may
 /// be good ones of a file with problems.
 bool readTrace(const std::string &fileName, QVector<TraceLine> *lines);
 /// Whether both paths lead to the same file, which exists.
 bool isSameFile(const QString &path, const QString &other);
-/// The path that loadDriver takes when none is given.
+/// The driver where neither option nor settings name one: beside the program, or else where both were installed.
 QString findDriver();
 
 /// Null when there is no tag of that name. What it points to belongs to the list.

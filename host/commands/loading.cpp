@@ -83,6 +83,8 @@ bool loadAll(const CommonOptions &options, bool isWithTags, Loaded *loaded, QStr
         settings.line.port = fromOption(options.port);
     if (!options.driver.empty())
         settings.driverPath = absolute(options.driver);
+    if (settings.driverPath.isEmpty())
+        settings.driverPath = findDriver();
     if (options.raw)
         settings.line.isGuarded = false;
     // What a tag may be follows from the settings: with wrong ones the tags' problems would be made up.
@@ -157,7 +159,7 @@ QString findDriver()
     const QDir here(QCoreApplication::applicationDirPath());
     const QString beside = here.filePath(QLatin1String(DriverName));
     const QString installed =
-        QDir::cleanPath(here.filePath(QLatin1String("../lib/emerson_ec_series/") + QLatin1String(DriverName)));
+        QDir::cleanPath(here.filePath(QLatin1String(EC_PLUGIN_FROM_TOOLS "/") + QLatin1String(DriverName)));
     return !QFileInfo::exists(beside) && QFileInfo::exists(installed) ? installed : beside;
 }
 

@@ -16,7 +16,7 @@ void demandSound(const PanelSettings &settings)
     DEMAND(line.silentInterval() >= 0 && line.charactersTime(300) > 0);
     DEMAND(line.replyTimeout > 0 && line.turnaround >= 0 && line.lateWindow >= 0);
     DEMAND(line.reopenFirst <= line.reopenMost && settings.probeFirst <= settings.probeMost);
-    DEMAND(settings.driverPath.startsWith(QLatin1Char('/')));
+    DEMAND(settings.driverPath.isEmpty() || settings.driverPath.startsWith(QLatin1Char('/')));
     DEMAND(settings.maxBlockLen >= 2 && settings.maxBlockLen % 2 == 0);
     DEMAND(settings.maxBlockLen <= PanelSettings::longestBlock(settings.isRemote, false));
     const COMINFO record = settings.comInfo();
