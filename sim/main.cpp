@@ -52,8 +52,8 @@ void addLineOptions(CLI::App *run, RunOptions *options)
     addText(run, "--link", &options->link, "Symbolic link to the pseudo-terminal, removed at the end", "PATH");
     addText(run, "--port", &options->port, "A real serial port; needs the three below", "PATH");
     addText(run, "--baud", &options->baud, "Bits a second", "N");
-    addText(run, "--parity", &options->parity, "none, even or odd (with --pty: even)", "P");
-    addText(run, "--stop-bits", &options->stopBits, "1 or 2 (with --pty: 1)", "N");
+    addText(run, "--parity", &options->parity, "Parity bit (with --pty: even)", "none|even|odd");
+    addText(run, "--stop-bits", &options->stopBits, "Stop bits (with --pty: 1)", "1|2");
     run->add_flag("--pace", options->pace,
                   "Bytes on the pseudo-terminal take the time they need at --baud;\notherwise they take none");
     addText(run, "--answer-ms", &options->answerMilliseconds, "The PLC's own time before each answer (0)", "N");
@@ -69,7 +69,7 @@ void addPlcOptions(CLI::App *run, RunOptions *options)
     addTexts(run, "--stuck", &options->stuck,
              "A register and coil that acknowledges writes but keeps its value; repeatable", "NUMBER");
     addText(run, "--values", &options->values, "Stations, first values, live and stuck cells from a TOML file", "FILE");
-    addText(run, "--format", &options->format, "Form of the requests: modbus or remote (modbus)", "F");
+    addText(run, "--format", &options->format, "Form of the requests (modbus)", "modbus|remote");
     addTexts(
         run, "--fault", &options->faults,
         "A rule of faults, KIND[,first=N][,last=N][,station=N][,rate=R] and at, code or\nms where the kind has it; "
