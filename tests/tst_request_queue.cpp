@@ -257,6 +257,50 @@ private slots:
         QVERIFY(PLC_driver.writeList.at(0).data != head.data);
     }
 
+    // The index, kept from use to use, must follow the entries to their new places.
+    void entriesAreFoundBehindAnsweredOnes_data()
+    {
+        QTest::addColumn<bool>("writes");
+        QTest::addColumn<int>("before");
+        QTest::addColumn<int>("answered");
+        for (int before = 1; before <= 6; ++before) {
+            for (int answered = 0; answered <= before; ++answered) {
+                QTest::addRow("writes, %d of %d answered", answered, before) << true << before << answered;
+                QTest::addRow("one-shot reads, %d of %d answered", answered, before) << false << before << answered;
+            }
+        }
+    }
+    void entriesAreFoundBehindAnsweredOnes()
+    {
+        QFETCH(bool, writes);
+        QFETCH(int, before);
+        QFETCH(int, answered);
+        DriverFixture driver;
+        const auto add = [writes](int address) {
+            RW_VAR var = writes ? wordWrite(address) : readVar(7, address, 1);
+            var.addrText = QString::number(address);
+            return writes ? AddListWriteVar(&var, 0) : AddListOnceReadVar(&var, 0);
+        };
+        for (int address = 0; address < before; ++address)
+            add(address);
+        PLC_driver.writeStreak = PLC_driver.onceStreak = 0;
+        for (int i = 0; i < answered; ++i) {
+            PLC_driver.writeStreak = PLC_driver.onceStreak = 0;
+            QCOMPARE(answerWell(), 1);
+        }
+        // Each that still waits, but for a write that has become the head, is found; what was answered is not.
+        const int waiting = before - answered;
+        for (int address = before - 1; address >= before - waiting + (writes ? 1 : 0); --address)
+            QCOMPARE(add(address), waiting);
+        for (int address = 0; address < answered; ++address)
+            QCOMPARE(add(address), waiting + address + 1);
+        // And once more, in places that the index has just learnt.
+        for (int address = before - waiting + (writes ? 1 : 0); address < before; ++address)
+            QCOMPARE(add(address), before);
+        for (int address = waiting == 0 && writes ? 1 : 0; address < answered; ++address)
+            QCOMPARE(add(address), before);
+    }
+
     void entryThatHasBecomeTheHeadIsNotReplaced()
     {
         DriverFixture driver;
