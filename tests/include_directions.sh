@@ -39,6 +39,8 @@ allow frames "frames/.*|image/mirror_write\.h|varlist/.*|$base" frames/*.h frame
 allow cycle "driver/.*|frames/.*|image/.*|varlist/.*" "${cycleFiles[@]}"
 allow host "host/.*|$public" host/*.h host/*.cpp host/commands/*.h host/commands/*.cpp
 allow sim 'sim/.*' sim/*.h sim/*.cpp
+# Each example stands alone, on what is installed.
+allow examples "[a-z_]*\.h|$public" examples/*/*.h examples/*/*.cpp
 
 # Every file of driver/ is in one of the two lists above.
 listed=" ${baseFiles[*]} ${cycleFiles[*]} "
