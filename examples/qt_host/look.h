@@ -21,8 +21,8 @@ const QColor Unknown(0xB4, 0xBD, 0xC6); ///< In place of every colour while the 
 
 inline QFont font(int pixelSize, QFont::Weight weight = QFont::Normal)
 {
-    QFont result;
-    result.setFamilies({QStringLiteral("Inter"), QStringLiteral("Roboto"), QStringLiteral("DejaVu Sans")});
+    QFont result(QStringLiteral("Inter"));
+    result.setStyleHint(QFont::SansSerif); // Where there is no Inter.
     result.setPixelSize(pixelSize);
     result.setWeight(weight);
     return result;
