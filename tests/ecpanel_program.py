@@ -649,7 +649,7 @@ class Probe(Case):
         return self.sim("--station", "1", *(word for station in stations for word in ("--station", str(station))))
 
     def test_finds_stations(self):
-        self.settings(timeout=50)
+        self.settings(timeout=300)
         self.stations(3, 5)
         out, err = self.run_panel("probe", "--to", "6")
         self.assertEqual(err, "")
@@ -659,25 +659,25 @@ class Probe(Case):
     def test_json_and_time_out(self):
         self.settings(timeout=60000)
         self.stations(3)
-        answers = self.run_json("probe", "--from", "2", "--to", "3", "--timeout-ms", "50")
+        answers = self.run_json("probe", "--from", "2", "--to", "3", "--timeout-ms", "500")
         self.assertGreaterEqual(answers[0].pop("reply_time_us"), 0)
         self.assertEqual(answers, [{"station": 3, "answers": True, "outcome": "good"}])
 
     def test_an_exception_is_an_answer(self):
-        self.settings(timeout=50)
+        self.settings(timeout=300)
         self.stations(3).ask("fault exception,code=2")
         out, _ = self.run_panel("probe", "--from", "3", "--to", "4")
         self.assertRegex(out, r"(?m)^ +3 .*answers \(exception: illegal data address\)$")
 
     def test_nobody(self):
-        self.settings(timeout=50)
+        self.settings(timeout=300)
         self.stations()
         out, err = self.run_panel("probe", "--from", "7", "--to", "8", code=4)
         self.assertEqual(out, "")
         self.assertIn("no station from 7 to 8 answered", err)
 
     def test_garbled_replies_only(self):
-        self.settings(timeout=50)
+        self.settings(timeout=300)
         self.stations().ask("fault crc-swapped")
         out, _ = self.run_panel("probe", "--to", "2", code=5)
         self.assertIn("garbled (crc)", out)
@@ -693,7 +693,7 @@ class Probe(Case):
 
 class OtherLines(Case):
     def test_several_stations_of_which_one_is_dead(self):
-        self.settings(timeout=50, several=True)
+        self.settings(timeout=300, several=True)
         self.write_file("tags.csv", TAGS.splitlines()[0] + "\na,7,100,1,,,,,,\nb,7,100,2,,,,,,\nall,7,100,0,,,,,,w\n")
         sim = self.sim("--station", "1", "--station", "2")
         out, err = self.run_panel("write", "all=77")
@@ -882,14 +882,14 @@ class Traces(Case):
     def test_every_verb_tells_a_trace_that_fails_later(self):
         self.sim()
         for verb in (["read"], ["write", "speed=1"], ["watch", "--duration", "0.5", "--quiet"],
-                     ["run", "--duration", "0.5", "--quiet"], ["probe", "--to", "2", "--timeout-ms", "50"]):
+                     ["run", "--duration", "0.5", "--quiet"], ["probe", "--to", "2", "--timeout-ms", "500"]):
             with self.subTest(verb=verb[0]):
                 self.fails_later(*verb, code=2)
 
     def test_what_went_wrong_on_the_line_counts_more_than_its_trace(self):
         sim = self.sim()
         sim.ask("stop-answering 1")
-        self.settings(timeout=50)
+        self.settings(timeout=300)
         self.fails_later("read", code=4)
         self.fails_later("write", "speed=1", code=4)
 
@@ -902,7 +902,7 @@ class Watch(Case):
 
 
     def test_a_station_that_falls_silent_is_told(self):
-        self.settings(timeout=50)
+        self.settings(timeout=300)
         sim = self.sim()
         process = self.start("watch")
         wait_for_line(process.stdout, lambda line: "speed" in line)

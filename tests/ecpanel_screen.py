@@ -97,7 +97,7 @@ class Terminal:
 class Watch(program.Case):
     def several(self):
         """Two stations, of which a silent one is soon switched off."""
-        self.settings(timeout=50, several=True)
+        self.settings(timeout=300, several=True)
         self.write_file("line.toml", self.read_file("line.toml")
                         + "\n[stations]\noff_after = 2\nprobe_first_ms = 60000\nprobe_most_ms = 60000\n")
         self.write_file("tags.csv", HEADER + "a,7,100,1,,,,,,\nb,7,100,2,,,,,,\n")
