@@ -6,6 +6,7 @@ Usage: selfcheck.py SOURCE_DIR COMPILER FLAGS...
 import sys
 
 import examples
+import export_map
 import layouts
 import names
 import quirks
@@ -43,6 +44,15 @@ QUIRK_DEFECTS = (
     ('`tst_host_setup::finishQueryIsAlwaysOne`', '`tst_host_setup::finishQuery`', 'there is no test'),
     ('`tst_host_setup::finishQueryIsAlwaysOne`', 'none', 'a row without'),
     ('| write 1 for "true" |', '| |', 'a row without'),
+)
+MAP_DEFECTS = (
+    ('| `DataCom` | `driver/data_com.cpp` |', '| `DataCom` | `driver/reply.cpp` |',
+     'DataCom is defined in driver/data_com.cpp, not in driver/reply.cpp'),
+    ('| `DataCom` | `driver/data_com.cpp` |', '| `DataCom` | `driver/datacom.cpp` |', 'not in driver/datacom.cpp'),
+    ('| `DataCom` |', '| `Datacom` |', 'Datacom is not exported'),
+    ('| `DataCom` |', '| `DataCom`, `LB` |', 'LB stands in the map twice'),
+    ('`CalCRC`, ', '', 'CalCRC is exported but not in the map'),
+    ('## Which file defines', '## Where is', 'SetComInfo is exported but not in the map'),
 )
 EXAMPLE_DEFECTS = (
     ('show("always 1", QueryFinishFlag());', 'show("always 1", FinishFlag());', 'FinishFlag'),
@@ -83,6 +93,8 @@ def main():
     records = {name: read(source, name) for name in (layouts.RECORDS, layouts.FIGURES)}
     quirk_page, tests = read(source, quirks.PAGE), quirks.tests_of(source)
     declared = names.declarations(source)
+    drawing = read(source, export_map.PAGE)
+    sources = {name: {file} for _, name, file in export_map.rows(drawing)}
     tally = Tally()
 
     for before, after, wanted in (('', '', ''),) + NAME_DEFECTS:
@@ -96,6 +108,10 @@ def main():
         tally.expect(before, layouts.check(page, *texts.values()), wanted)
     for before, after, wanted in (('', '', ''),) + QUIRK_DEFECTS:
         tally.expect(before, quirks.check(changed(quirk_page, before, after), tests), wanted)
+    for before, after, wanted in (('', '', ''),) + MAP_DEFECTS:
+        tally.expect(before, export_map.check(changed(drawing, before, after), EXPORTED, sources), wanted)
+    tally.expect('two files', export_map.check(drawing, EXPORTED, {**sources, 'LB': {'a.cpp', 'b.cpp'}}),
+                 'a.cpp and b.cpp')
     for before, after, wanted in EXAMPLE_DEFECTS:
         codes = examples.units(names.PAGE, changed(page, before, after))
         tally.expect(before, ''.join(examples.compile_unit(code, source, compiler, flags) for code in codes), wanted)
