@@ -20,7 +20,7 @@ def defined_in(objects):
     """The sources whose objects define a global name, by name; a room's objects lie below driver/ as __/room."""
     found = {}
     for path in objects:
-        source = '/'.join(path.rsplit('.', 1)[0].split('/')[-2:])
+        source = '/'.join(os.path.normpath(path).rsplit('.', 1)[0].split('/')[-2:])
         if source.startswith('driver_objects.dir/'):
             source = 'driver/' + os.path.basename(source)
         output = subprocess.run(['nm', '--defined-only', '--extern-only', path], check=True, capture_output=True,
