@@ -80,6 +80,7 @@ def man_page(place):
 def host_program(place):
     """The first program of the interface's page."""
     codes = re.findall(r'```cpp\n(.*?)```', place.read('docs/interface.md'), re.S)
+    shutil.rmtree(os.path.join(place.root, 'host'))  # the reader's program is made under this name
     place.write('host.cpp', next(code for code in codes if 'int main(' in code))
 
 
@@ -106,7 +107,7 @@ def sparse_tags(place):
 
 
 def wrong_values(place):
-    place.write('plc.toml', '[[station]]\nnumber = 1\n[station.registers]\n8255 = [7, 1]\n100 = 70000\n')
+    place.write('plc.toml', '[[station]]\nnumber = 1\n[station.registers]\n8256 = 1\n100 = 70000\n')
 
 
 def field_trace(place):
