@@ -54,7 +54,7 @@ def filtered(path, text):
             line = re.sub(r'(?<!!)\[((?:[^\[\]]|`[^`]*`)*)\]\(([^()\s]+)\)', lambda m: link(path, m[1], m[2]), line)
             heading = re.match(r'(#+) (.*)', line)
             if heading:
-                title = heading[2] if seen else heading[2].replace('`', '')  # the tree shows marks of a page's title
+                title = heading[2].replace('`', '')  # the tree would show the marks
                 line = '%s %s {#%s}' % (heading[1], title, heading_id(path, heading[2], seen))
         lines.append(line)
     return '\n'.join(lines) + '\n'
