@@ -189,6 +189,24 @@ private:
     QList<RW_VAR> kept; ///< Shares the queue's memory, as a host's copy does.
 };
 
+void gameRows(unsigned firstSeed, unsigned lastSeed)
+{
+    QTest::addColumn<unsigned>("seed");
+    QTest::addColumn<bool>("writes");
+    for (unsigned seed = firstSeed; seed <= lastSeed; ++seed) {
+        QTest::addRow("writes, seed %u", seed) << seed << true;
+        QTest::addRow("one-shot reads, seed %u", seed) << seed << false;
+    }
+}
+
+void playGame(int moves)
+{
+    QFETCH(unsigned, seed);
+    QFETCH(bool, writes);
+    DriverFixture driver;
+    Game(seed, writes).play(moves);
+}
+
 QList<RW_VAR> fullQueue()
 {
     QList<RW_VAR> list;
@@ -206,40 +224,12 @@ class TstRequestQueue : public QObject {
     Q_OBJECT
 
 private slots:
-    void queueIsWhatItsRulesMakeOfIt_data()
-    {
-        QTest::addColumn<unsigned>("seed");
-        QTest::addColumn<bool>("writes");
-        for (unsigned seed = 1; seed <= 12; ++seed) {
-            QTest::addRow("writes, seed %u", seed) << seed << true;
-            QTest::addRow("one-shot reads, seed %u", seed) << seed << false;
-        }
-    }
-    void queueIsWhatItsRulesMakeOfIt()
-    {
-        QFETCH(unsigned, seed);
-        QFETCH(bool, writes);
-        DriverFixture driver;
-        Game(seed, writes).play(400);
-    }
+    void queueIsWhatItsRulesMakeOfIt_data() { gameRows(1, 12); }
+    void queueIsWhatItsRulesMakeOfIt() { playGame(400); }
 
-    // The same for the impatient.
-    void queueIsWhatItsRulesMakeOfItInAShortGame_data()
-    {
-        QTest::addColumn<unsigned>("seed");
-        QTest::addColumn<bool>("writes");
-        for (unsigned seed = 101; seed <= 104; ++seed) {
-            QTest::addRow("writes, seed %u", seed) << seed << true;
-            QTest::addRow("one-shot reads, seed %u", seed) << seed << false;
-        }
-    }
-    void queueIsWhatItsRulesMakeOfItInAShortGame()
-    {
-        QFETCH(unsigned, seed);
-        QFETCH(bool, writes);
-        DriverFixture driver;
-        Game(seed, writes).play(60);
-    }
+    // Short enough to be run against each seeded fault of the driver.
+    void queueIsWhatItsRulesMakeOfItInAShortGame_data() { gameRows(101, 104); }
+    void queueIsWhatItsRulesMakeOfItInAShortGame() { playGame(60); }
 
     void fullQueueReplacesButDoesNotGrow()
     {
