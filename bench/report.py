@@ -38,7 +38,7 @@ WHY = {
     'Ethernetcontains': 'whether the station is switched off',
     'DataCom': 'counters, what is next',
     'ComCommunication': 'counters, what is next',
-    'countPasses': 'the measuring program',
+    'measuring': 'the measuring program',
 }
 
 
@@ -127,7 +127,7 @@ def profile_rows(least=20):
         if cost < least:
             rest += cost
             continue
-        name = 'countPasses' if 'countPasses' in function else short_name(function)
+        name = 'measuring' if 'countPasses' in function else short_name(function)
         rows.append([f'`{name}`', f'{cost:.0f}', WHY.get(name, '')])
     return rows + [['all others', f'{rest:.0f}', '']]
 
