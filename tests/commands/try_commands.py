@@ -60,7 +60,9 @@ def serve(place, text):
     rest, _ = process.communicate(timeout=PATIENCE)
     if not first.startswith('ready'):
         return first + rest, 'is not ready'
-    return first, None if process.returncode == 130 else 'ended with %d' % process.returncode
+    # A shell that waits for a pipeline may end by the signal itself.
+    interrupted = process.returncode in (130, -signal.SIGINT)
+    return first, None if interrupted else 'ended with %d' % process.returncode
 
 
 def run(place, text, wanted, patience):
