@@ -14,24 +14,12 @@ import termios
 import time
 import tty
 
+from counted_checks import check, failures, result, same
+
 PATIENCE = 20.0
 QUIET = 0.3  # Nothing is expected: how long to make sure.
 
-failures = []
-checks = 0
 started = []
-
-
-def check(is_true, what):
-    global checks
-    checks += 1
-    if not is_true:
-        failures.append(what)
-        print("FAILED:", what)
-
-
-def same(got, expected, what):
-    check(got == expected, f"{what}: expected {expected!r}, got {got!r}")
 
 
 def frame(text):
@@ -447,8 +435,7 @@ def main():
         for process in started:
             if process.poll() is None:
                 process.kill()
-    print(f"{checks} checks, {len(failures)} failed")
-    return 1 if failures else 0
+    return result()
 
 
 sys.exit(main())

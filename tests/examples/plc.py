@@ -2,30 +2,13 @@
 import os
 import select
 import subprocess
+import sys
 import time
 
+sys.path.append(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+from counted_checks import check, result, same  # For those who import this.
+
 PATIENCE = 30.0  # What never comes is given up after so many seconds; nothing else depends on time.
-
-failures = []
-checks = 0
-
-
-def check(is_true, what):
-    global checks
-    checks += 1
-    if not is_true:
-        failures.append(what)
-        print("FAILED:", what)
-
-
-def same(got, expected, what):
-    check(got == expected, f"{what}: expected {expected!r}, got {got!r}")
-
-
-def result():
-    """Prints the count. Returns the exit code."""
-    print(f"{checks} checks, {len(failures)} failed")
-    return 1 if failures or not checks else 0
 
 
 class Lines:
