@@ -24,9 +24,10 @@ struct Line::Exchange {
 
     const Request &request;
     Transaction result;
-    qint64 requestEnd = 0; ///< When the last byte of the request has left.
-    QByteArray bytes;      ///< What came and is neither judged nor discarded yet.
-    qint64 bytesAt = 0;    ///< When the first of them came.
+    qint64 requestEnd = 0;  ///< When the last byte of the request has left.
+    QByteArray bytes;       ///< What came and is neither judged nor discarded yet.
+    qint64 bytesAt = 0;     ///< When the first of them came.
+    bool wasInTime = false; ///< All of the reply was there when it was expected.
 
     void discard(Discarded::Reason reason, int count)
     {
@@ -51,6 +52,7 @@ Transaction Line::transact(const Request &request)
         result.outcome = awaitOutcome(exchange);
     result.doneAt = now();
 
+    expectDelay(exchange);
     if (result.outcome == Outcome::PortGone) {
         exchange.discardAll(Discarded::Noise);
         lastByteAt = -1;
@@ -158,6 +160,7 @@ Outcome Line::awaitReply(Exchange &exchange)
     const qint64 pause = isAnyLength ? qMax(silence, AnyLengthSilence) : silence;
     const qint64 limit = exchange.requestEnd + microseconds(settings.replyTimeout)
                          + settings.charactersTime(isAnyLength ? LongestReply : request.replyLen);
+    sleepThroughReply(exchange, limit);
     ReplyVerdict verdict = judge(request, exchange.bytes, crc);
     for (;;) {
         const qint64 end = isWhole(verdict.kind) ? limit + pause : limit;
@@ -218,6 +221,35 @@ Line::Heard Line::receive(Exchange &exchange, qint64 until)
     exchange.bytes += chunk;
     exchange.result.bytesReceived += chunk.size();
     return Heard::Bytes;
+}
+
+/// When the reply has ended if it comes at once: a PLC knows by the silence that the request has ended.
+qint64 Line::earliestEnd(const Exchange &exchange) const
+{
+    return exchange.requestEnd + silence + settings.charactersTime(exchange.request.replyLen);
+}
+
+/// Where the last reply came hardly later than that, the host sleeps until all of the next one is expected. Whatever
+/// else comes, an exception reply or nothing, is then noticed when the reply would have been.
+void Line::sleepThroughReply(Exchange &exchange, qint64 limit)
+{
+    const int length = exchange.request.replyLen;
+    if (replyDelay < 0 || length < 0 || !exchange.bytes.isEmpty())
+        return;
+    channel.restUntil(qMin(earliestEnd(exchange) + replyDelay, limit));
+    receive(exchange, 0);
+    exchange.wasInTime = exchange.bytes.size() >= length;
+}
+
+/// Expects the next reply a little later than this one; while replies are there in time, sooner and sooner.
+void Line::expectDelay(const Exchange &exchange)
+{
+    const qint64 delay = lastByteAt - earliestEnd(exchange);
+    const bool isKnown = exchange.result.outcome == Outcome::Good && exchange.request.replyLen > 0 && delay >= 0;
+    replyDelay = exchange.wasInTime ? replyDelay - replyDelay / 4 : delay + silence / 8;
+    // A PLC that takes longer may do so for any time.
+    if (!isKnown || replyDelay > silence)
+        replyDelay = -1;
 }
 
 /// Each byte would wake the host, hundreds of times a reply. What is missing cannot be there before the line has

@@ -49,6 +49,9 @@ private:
     Outcome awaitReply(Exchange &exchange);
     Outcome conclude(Exchange &exchange, const ReplyVerdict &verdict);
     Heard receive(Exchange &exchange, qint64 until);
+    qint64 earliestEnd(const Exchange &exchange) const;
+    void sleepThroughReply(Exchange &exchange, qint64 limit);
+    void expectDelay(const Exchange &exchange);
     void awaitRest(const Exchange &exchange, int missing, qint64 limit);
     qint64 now();
     bool isPast(qint64 moment);
@@ -61,6 +64,7 @@ private:
     bool isOneMissing = false; ///< The last reply did not come (whole), and may still.
     qint64 latest = 0;         ///< What the clock showed last.
     qint64 lastByteAt = -1;    ///< Of either side; -1 = not known since the port was opened.
+    qint64 replyDelay = -1;    ///< How long after its earliest end the next reply is expected; -1 = at any time.
 };
 
 /// "good", "no-reply", "timeout", "crc", "length", "exception", "port".

@@ -33,6 +33,14 @@ QByteArray VirtualLine::receiveUntil(qint64 until)
     return bytes;
 }
 
+void VirtualLine::restUntil(qint64 until)
+{
+    while (isOpen() && moment < until) {
+        const qint64 next = wire.nextMoment();
+        passTo(next >= 0 && next < until ? qMax(next, moment) : until);
+    }
+}
+
 void VirtualLine::sleepUntil(qint64 until)
 {
     while (moment < until) {

@@ -16,6 +16,7 @@ public:
     qint64 now() override { return moment; }
     bool send(const QByteArray &bytes) override;
     QByteArray receiveUntil(qint64 until) override;
+    void restUntil(qint64 until) override;
     void sleepUntil(qint64 until) override;
 
     /// The moments at which it was opened, in vain or not.

@@ -11,7 +11,7 @@
 
 namespace {
 
-enum { LongestLine = 65536, LookMilliseconds = 50 };
+enum { LongestLine = 65536, LookMilliseconds = 200, InputMilliseconds = 50 };
 
 struct RunOptions {
     CommonOptions common;
@@ -77,8 +77,9 @@ public:
         QElapsedTimer sinceStart;
         sinceStart.start();
         const qint64 end = options.seconds > 0 ? qint64(std::ceil(options.seconds * 1000)) : -1;
+        const qint64 look = options.isReadingInput ? InputMilliseconds : LookMilliseconds;
         for (qint64 elapsed = 0; !shouldStop() && (end < 0 || elapsed < end); elapsed = sinceStart.elapsed()) {
-            printEvents(end < 0 ? int(LookMilliseconds) : int(qMin(qint64(LookMilliseconds), end - elapsed)));
+            printEvents(int(end < 0 ? look : qMin(look, end - elapsed)));
             if (options.isReadingInput)
                 for (const QString &line : input.take())
                     carryOut(line);
