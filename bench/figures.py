@@ -13,12 +13,8 @@ class Figures:
         failed = [entry['name'] for entry in results['benchmarks'] if entry.get('error_occurred')]
         if failed:
             raise SystemExit(f'bench: failed: {" ".join(failed)}')
-        self._medians = self._aggregates(results, 'median')
-        self._best = self._aggregates(results, 'best')
-
-    def _aggregates(self, results, kind):
-        return {self._plain(entry['run_name']): entry for entry in results['benchmarks']
-                if entry.get('aggregate_name') == kind}
+        self._medians = {self._plain(entry['run_name']): entry for entry in results['benchmarks']
+                         if entry.get('aggregate_name') == 'median'}
 
     @staticmethod
     def _plain(name):
@@ -35,10 +31,6 @@ class Figures:
 
     def counter(self, name, counter):
         return self._medians[name][counter]
-
-    def best(self, name, counter):
-        """The best of all repetitions."""
-        return self._best[name][counter]
 
     def text_ns(self, name):
         value = self.ns(name)

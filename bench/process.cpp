@@ -17,6 +17,14 @@
 
 namespace {
 
+const char KernelCores[] = "/sys/devices/virtual/workqueue/cpumask";
+
+bool holdKernelWork(const std::string &mask)
+{
+    std::ofstream file(KernelCores);
+    return bool(file << mask << std::flush);
+}
+
 double secondsOf(clockid_t clock)
 {
     timespec time = {0, 0};
@@ -89,6 +97,18 @@ void Process::interrupt()
     siginfo_t ignored;
     ::kill(m_pid, SIGINT);
     ::waitid(P_PID, id_t(m_pid), &ignored, WEXITED | WNOWAIT);
+}
+
+KernelWork::KernelWork(int core)
+{
+    std::getline(std::ifstream(KernelCores), m_before);
+    m_isHeld = !m_before.empty() && holdKernelWork(std::to_string(1 << core));
+}
+
+KernelWork::~KernelWork()
+{
+    if (m_isHeld)
+        holdKernelWork(m_before);
 }
 
 ScratchFolder::ScratchFolder()

@@ -25,6 +25,21 @@ private:
     int m_pid;
 };
 
+/// Holds the kernel's own unbound work, a pseudo-terminal's among it, on one core as long as the object lives. Only
+/// root may ask for that.
+class KernelWork {
+public:
+    explicit KernelWork(int core);
+    ~KernelWork();
+    KernelWork(const KernelWork &) = delete;
+    KernelWork &operator=(const KernelWork &) = delete;
+    bool isHeld() const { return m_isHeld; }
+
+private:
+    std::string m_before;
+    bool m_isHeld;
+};
+
 /// A folder for links and settings that goes with the object.
 class ScratchFolder {
 public:

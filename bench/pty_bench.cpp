@@ -1,9 +1,9 @@
-// Transactions over a pseudo-terminal: every master against the same slave, both on one core.
+// Transactions over a pseudo-terminal: every master against the same slave, both on one core, and the kernel's
+// work for them too: where it wakes on another core, every master is several times slower, for whole turns.
 #include "bench/process.h"
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <functional>
 
@@ -46,25 +46,10 @@ Command ecpanel(const ScratchFolder &folder, const std::string &port)
             folder.path("tags.csv")};
 }
 
-struct Rates {
-    double perSecond = 0, perCpuSecond = 0;
-};
-
-/// Clocks are read outside of the counter, so that a pause between the two can only make a rate look lower.
-Rates ratesFor(double seconds, const std::string &counter, const Process &master)
-{
-    const double start = now(), cpu = master.cpuSeconds();
-    const std::uint64_t answers = answersIn(counter);
-    pause(seconds);
-    const double done = double(answersIn(counter) - answers);
-    const double elapsed = now() - start, used = master.cpuSeconds() - cpu;
-    // A master that hardly came to run tells nothing: an answer may be to a request from before.
-    return {done / elapsed, used > 0.001 ? done / used : 0};
-}
-
 void transactions(benchmark::State &state, const MakeCommand &make)
 {
-    enum { WarmUp = 300, Windows = 20 };
+    enum { WarmUp = 300 };
+    const KernelWork kernel(OneCore);
     const ScratchFolder folder;
     const std::string port = folder.path("plc"), counter = folder.path("answers");
     const Process slave({EC_BUILD_DIR "/bench/pty_slave", port, counter}, OneCore);
@@ -76,28 +61,16 @@ void transactions(benchmark::State &state, const MakeCommand &make)
     for (auto _ : state) {
         const double start = now(), cpu = master.cpuSeconds();
         const std::uint64_t answers = answersIn(counter);
-        Rates best;
-        for (int i = 0; i < Windows; ++i) {
-            const Rates rates = ratesFor(0.05, counter, master);
-            best.perSecond = std::max(best.perSecond, rates.perSecond);
-            best.perCpuSecond = std::max(best.perCpuSecond, rates.perCpuSecond);
-        }
+        pause(1);
         const double done = double(answersIn(counter) - answers), elapsed = now() - start;
         const double used = master.cpuSeconds() - cpu;
         if (!master.isRunning() || !slave.isRunning() || done < 1)
             return state.SkipWithError("master or slave has ended");
         state.SetIterationTime(elapsed / done);
-        state.counters["mean_cpu_ns"] = used / done * 1e9;
-        state.counters["mean_per_second"] = done / elapsed;
-        state.counters["per_second"] = best.perSecond;
-        state.counters["per_cpu_second"] = best.perCpuSecond;
+        state.counters["cpu_ns"] = used / done * 1e9;
+        state.counters["per_second"] = done / elapsed;
+        state.counters["kernel_held"] = kernel.isHeld() ? 1 : 0;
     }
-}
-
-/// Leaves out the slow mode that masters fall into for whole turns; the median stands beside it.
-double bestOf(const std::vector<double> &values)
-{
-    return *std::max_element(values.begin(), values.end());
 }
 
 void addCase(const char *name, const MakeCommand &make, int repetitions)
@@ -105,7 +78,6 @@ void addCase(const char *name, const MakeCommand &make, int repetitions)
     benchmark::RegisterBenchmark(name, [make](benchmark::State &state) { transactions(state, make); })
         ->Iterations(1)
         ->Repetitions(repetitions)
-        ->ComputeStatistics("best", bestOf)
         ->UseManualTime()
         ->Unit(benchmark::kMicrosecond);
 }
