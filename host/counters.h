@@ -7,6 +7,8 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QMap>
 
+#include <array>
+
 /// Times in microseconds, in buckets that grow with the time: flat memory, a percentile within 1/16.
 class TimeStatistics {
 public:
@@ -48,7 +50,7 @@ struct Counters {
 
 struct PanelCounters {
     Counters all;
-    Counters lists[3]; ///< By ServedList: cyclic, write, one-shot.
+    std::array<Counters, 3> lists; ///< By ServedList: cyclic, write, one-shot.
     QMap<int, Counters> stations;
     TimeStatistics passTime;
     int readLength = 0, writeLength = 0, onceLength = 0; ///< Queues as they stand now.

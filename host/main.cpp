@@ -95,6 +95,8 @@ int codeAfterOutput(int code)
 
 } // namespace
 
+// Out of memory may end it.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);

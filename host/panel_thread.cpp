@@ -95,10 +95,10 @@ bool PanelThread::carryOutActions()
     return !due.isEmpty();
 }
 
-void PanelThread::post(std::function<void(Panel &)> action)
+void PanelThread::post(const std::function<void(Panel &)> &action)
 {
     const QMutexLocker locker(&mutex);
-    actions.enqueue(std::move(action));
+    actions.enqueue(action);
     hasActions = true;
     if (channel)
         channel->wake();
@@ -176,7 +176,7 @@ void PanelThread::addEvent(PanelEvent event)
             ++lost;
             return;
         }
-        events.enqueue(std::move(event));
+        events.enqueue(event);
     }
     // Not under the mutex: whoever wakes takes it first of all.
     happened.wakeAll();

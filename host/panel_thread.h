@@ -69,7 +69,7 @@ public:
     bool isRunning() const { return QThread::isRunning(); }
 
     /// Runs an action in the panel's thread, between two requests, in the order of posting.
-    void post(std::function<void(Panel &)> action);
+    void post(const std::function<void(Panel &)> &action);
     /// The same, and waits for its end.
     void call(std::function<void(Panel &)> action);
 

@@ -77,7 +77,7 @@ void ReplayCalls::start()
     else if (!readTraceSettings(findings.line(), &settings, &expected))
         findings.complain(expected);
     else
-        session.reset(new Session(plugin, settings, nullptr, std::function<qint64()>()));
+        session = std::make_unique<Session>(plugin, settings, nullptr, std::function<qint64()>());
 }
 
 void ReplayCalls::describe()

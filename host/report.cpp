@@ -115,7 +115,7 @@ QString writeText(const Tag &tag, const WriteEntry &write, bool isToConfirm)
     const bool isUnread = write.state == WriteState::Confirming || write.state == WriteState::Done;
     if (isUnread && isToConfirm && tag.isReadable)
         return QStringLiteral("done (not read back)");
-    const QString state = writeStateName(write.state);
+    QString state = writeStateName(write.state);
     if (write.state == WriteState::Reverted)
         return QString::fromLatin1("%1, reads back %2")
             .arg(state, cutTo(TextTable::ValueColumns, valueText(tag, write.readBack)));

@@ -15,8 +15,8 @@
 /// Columns as wide as their widest cell, two blanks between them.
 class TextTable {
 public:
-    /// A heading that begins with ">" belongs to a column that is set to the right.
-    explicit TextTable(const QStringList &headings);
+    /// The headings; one that begins with ">" belongs to a column that is set to the right.
+    explicit TextTable(const QStringList &texts);
     enum { NameColumns = 24, ValueColumns = 40 };
     void addRow(const QStringList &cells) { rows.append(cells); }
     bool isEmpty() const { return rows.isEmpty(); }

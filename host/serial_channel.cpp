@@ -67,7 +67,7 @@ SerialChannel::~SerialChannel()
 bool SerialChannel::open(QString *error)
 {
     close();
-    port.reset(new QSerialPort(settings.port));
+    port = std::make_unique<QSerialPort>(settings.port);
     const bool isSetUp = port->open(QIODevice::ReadWrite) && setUp();
     untold = 0;
     // Only what is new: the port is then not asked again after each read. Closing it ends the watch.

@@ -18,8 +18,8 @@ public:
 
     /// "name", "type", ...
     static QString columnName(int column);
-    /// Every problem of the row is added; true when there is none. cells has Columns texts.
-    bool check(const QStringList &cells, int line, Tag *tag);
+    /// Every problem of the row is added; true when there is none. The row has Columns texts.
+    bool check(const QStringList &row, int line, Tag *result);
 
 private:
     bool refuse(int column, const QString &expected);

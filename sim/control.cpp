@@ -214,7 +214,7 @@ QString Control::ledger() const
 
 QString Control::vanish(int milliseconds)
 {
-    const QString reason = outside("MS", milliseconds, 1, LongestVanish);
+    QString reason = outside("MS", milliseconds, 1, LongestVanish);
     if (!reason.isEmpty())
         return reason;
     wire.takePortAway(moment(), milliseconds);

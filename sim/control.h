@@ -29,7 +29,7 @@ private:
     QString cells(bool areCoils, const QList<int> &numbers);
     QString setCell(bool isCoil, const QList<int> &numbers);
     QString statistics() const;
-    QString addFault(const QString &rule);
+    QString addFault(const QString &text);
     QString ledger() const;
     QString dump(int station, const QString &fileName);
     QString vanish(int milliseconds);

@@ -70,7 +70,7 @@ QByteArray Faults::someBytes(int count)
 
 QByteArray Faults::takeHeldBack()
 {
-    const QByteArray bytes = heldBack;
+    QByteArray bytes = heldBack;
     heldBack.clear();
     return bytes;
 }

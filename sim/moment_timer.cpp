@@ -26,7 +26,7 @@ MomentTimer::MomentTimer(std::function<void()> elapsed) : elapsed(std::move(elap
     fd = ::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
     if (fd < 0)
         return;
-    notifier.reset(new QSocketNotifier(fd, QSocketNotifier::Read));
+    notifier = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
     QObject::connect(notifier.get(), &QSocketNotifier::activated, [this] {
         quint64 times;
         if (::read(fd, &times, sizeof times) != sizeof times)

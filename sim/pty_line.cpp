@@ -31,7 +31,7 @@ bool PtyLine::open(QString *error)
         close();
         return false;
     }
-    notifier.reset(new QSocketNotifier(masterFd, QSocketNotifier::Read));
+    notifier = std::make_unique<QSocketNotifier>(masterFd, QSocketNotifier::Read);
     QObject::connect(notifier.get(), &QSocketNotifier::activated, [this] { readWhatCame(); });
     return true;
 }

@@ -21,8 +21,8 @@ int serve(Runner &runner, const RunOptions &options)
         return complain(error, ExitPort);
     std::unique_ptr<CommandReader> commands;
     if (options.readsCommands)
-        commands.reset(new CommandReader([&](const QString &command) { return runner.answer(command); },
-                                         [&] { return runner.isFinished(); }));
+        commands = std::make_unique<CommandReader>([&](const QString &command) { return runner.answer(command); },
+                                                   [&] { return runner.isFinished(); });
     if (!stop.hasCome() && runner.failure().isEmpty())
         QCoreApplication::exec();
     if (!runner.failure().isEmpty())

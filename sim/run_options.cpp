@@ -116,8 +116,8 @@ private:
         if (!options.format.isEmpty() && options.format != QLatin1String("modbus")
             && options.format != QLatin1String("remote"))
             expect("--format", options.format, QStringLiteral("modbus or remote"));
-        plan.slave.reset(
-            new Slave(options.format == QLatin1String("remote") ? RequestFormat::Remote : RequestFormat::ModbusRtu));
+        plan.slave = std::make_unique<Slave>(options.format == QLatin1String("remote") ? RequestFormat::Remote
+                                                                                       : RequestFormat::ModbusRtu);
         for (const QString &station : options.stations)
             plan.slave->addStation(int(number("--station", station, 1, 247)));
         if (!options.values.isEmpty())
@@ -150,7 +150,7 @@ private:
     void readFaults()
     {
         const QString seed = options.seed.isEmpty() ? QStringLiteral("1") : options.seed;
-        plan.faults.reset(new Faults(quint32(number("--seed", seed, 0, std::numeric_limits<quint32>::max()))));
+        plan.faults = std::make_unique<Faults>(quint32(number("--seed", seed, 0, std::numeric_limits<quint32>::max())));
         for (const QString &text : options.faults)
             addRule(QStringLiteral("--fault"), text);
         if (!options.faultFile.isEmpty())

@@ -4,7 +4,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-StopSignals::StopSignals(std::function<void()> told)
+StopSignals::StopSignals(const std::function<void()> &told)
 {
     sigset_t set;
     ::sigemptyset(&set);
@@ -15,7 +15,7 @@ StopSignals::StopSignals(std::function<void()> told)
     if (fd < 0)
         return;
     ::sigprocmask(SIG_BLOCK, &set, nullptr);
-    notifier.reset(new QSocketNotifier(fd, QSocketNotifier::Read));
+    notifier = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
     QObject::connect(notifier.get(), &QSocketNotifier::activated, [this, told] {
         signalfd_siginfo info;
         if (::read(fd, &info, sizeof info) != sizeof info)

@@ -9,7 +9,7 @@
 /// From its making SIGINT, SIGTERM and SIGHUP are told instead of ending the program.
 class StopSignals {
 public:
-    explicit StopSignals(std::function<void()> told);
+    explicit StopSignals(const std::function<void()> &told);
     ~StopSignals();
     StopSignals(const StopSignals &) = delete;
     StopSignals &operator=(const StopSignals &) = delete;

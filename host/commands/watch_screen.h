@@ -31,7 +31,7 @@ public:
     bool waitForQuit(int milliseconds);
 
 private:
-    void put(int row, int column, const QString &text, int attributes = 0);
+    static void put(int row, int column, const QString &text, int attributes = 0);
     /// The first row after this key, before it is bounded.
     int scrolledAfter(int key) const;
     void drawTable(const WatchView &view, int firstRow, int rows);
