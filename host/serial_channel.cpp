@@ -181,7 +181,7 @@ QByteArray SerialChannel::receiveUntil(qint64 moment)
         if (events == 0)
             break;
         untold = 0;
-        char bytes[4096];
+        char bytes[1024];
         const ssize_t count = ::read(port->handle(), bytes, sizeof bytes);
         if (count > 0) {
             // More may wait, or a hang-up, and would not be told again.
