@@ -39,6 +39,15 @@ inline void play(ScriptedChannel &channel, const QString &script)
     }
 }
 
+/// "13718 18874".
+inline QString textOf(const QList<qint64> &moments)
+{
+    QStringList texts;
+    for (const qint64 moment : moments)
+        texts << QString::number(moment);
+    return texts.join(QLatin1Char(' '));
+}
+
 /// "good sent 2005 done 14005 after 5412: 01 03 02 12 34 B5 33; noise 11000: FF".
 inline QString textOf(const Transaction &transaction)
 {

@@ -15,14 +15,6 @@ Request words()
 const char *const Paced = "12000 01; 12573 03; 13146 08; 13719 11; 14292 22; 14865 33; 15438 44; 16011 55; 16584 66; "
                           "17157 77; 17730 88; 18303 74; 18876 9C";
 
-QString textOf(const QList<qint64> &moments)
-{
-    QStringList texts;
-    for (const qint64 moment : moments)
-        texts << QString::number(moment);
-    return texts.join(QLatin1Char(' '));
-}
-
 } // namespace
 
 class TstPanelLineRest : public QObject {

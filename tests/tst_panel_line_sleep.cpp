@@ -19,14 +19,6 @@ QString at(qint64 moment, const char *bytes = Answer)
     return QString::number(moment) + QLatin1String(bytes);
 }
 
-QString textOf(const QList<qint64> &moments)
-{
-    QStringList texts;
-    for (const qint64 moment : moments)
-        texts << QString::number(moment);
-    return texts.join(QLatin1Char(' '));
-}
-
 /// What became of so many requests, one after the other, and when the host slept.
 struct Story {
     QStringList results;
