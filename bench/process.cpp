@@ -101,14 +101,39 @@ void Process::interrupt()
 
 KernelWork::KernelWork(int core)
 {
-    std::getline(std::ifstream(KernelCores), m_before);
-    m_isHeld = !m_before.empty() && holdKernelWork(std::to_string(1 << core));
+    std::string before;
+    std::getline(std::ifstream(KernelCores), before);
+    char mask[16];
+    std::snprintf(mask, sizeof mask, "%x", 1U << core);
+    int ends[2];
+    if (before.empty() || ::pipe2(ends, O_CLOEXEC) != 0)
+        return;
+    if (!holdKernelWork(mask) || (m_keeper = ::fork()) < 0) {
+        holdKernelWork(before);
+        ::close(ends[0]);
+        ::close(ends[1]);
+        return;
+    }
+    if (m_keeper == 0) {
+        // Out of the reach of Ctrl-C.
+        ::setsid();
+        ::close(ends[1]);
+        char ignored;
+        while (::read(ends[0], &ignored, 1) < 0 && errno == EINTR) {
+        }
+        ::_exit(holdKernelWork(before) ? 0 : 1);
+    }
+    ::close(ends[0]);
+    m_line = ends[1];
 }
 
 KernelWork::~KernelWork()
 {
-    if (m_isHeld)
-        holdKernelWork(m_before);
+    if (!isHeld())
+        return;
+    ::close(m_line);
+    while (::waitpid(m_keeper, nullptr, 0) < 0 && errno == EINTR) {
+    }
 }
 
 ScratchFolder::ScratchFolder()

@@ -25,19 +25,19 @@ private:
     int m_pid;
 };
 
-/// Holds the kernel's own unbound work, a pseudo-terminal's among it, on one core as long as the object lives. Only
-/// root may ask for that.
+/// Holds the kernel's own unbound work, a pseudo-terminal's among it, on one core as long as the object lives, and no
+/// longer, however this program ends. Only root may ask for that.
 class KernelWork {
 public:
     explicit KernelWork(int core);
     ~KernelWork();
     KernelWork(const KernelWork &) = delete;
     KernelWork &operator=(const KernelWork &) = delete;
-    bool isHeld() const { return m_isHeld; }
+    bool isHeld() const { return m_line >= 0; }
 
 private:
-    std::string m_before;
-    bool m_isHeld;
+    int m_line = -1; ///< To the child that puts things back; it ends with this program too.
+    int m_keeper = -1;
 };
 
 /// A folder for links and settings that goes with the object.

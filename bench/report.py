@@ -110,8 +110,8 @@ def line_rows(figures):
 
 def kernel_text(figures):
     if all(figures.counter(key, 'kernel_held') for key in PEERS):
-        return 'was held there too'
-    return '**could not be held there, for want of rights: these figures do not repeat**'
+        return 'was held on that core too'
+    return '**could not be held on it, for want of rights: these figures do not repeat**'
 
 
 def paced_rows(figures):

@@ -6,6 +6,11 @@ namespace {
 constexpr qint64 AnyLengthSilence = 20000;
 constexpr int LongestReply = 256;
 
+enum {
+    SteadyReplies = 4, ///< So many in a row came alike before the host sleeps through the next.
+    SleepsInARow = 16  ///< Then it stays awake for one, to see how soon it comes.
+};
+
 qint64 microseconds(qint64 milliseconds)
 {
     return milliseconds * 1000;
@@ -27,7 +32,8 @@ struct Line::Exchange {
     qint64 requestEnd = 0;  ///< When the last byte of the request has left.
     QByteArray bytes;       ///< What came and is neither judged nor discarded yet.
     qint64 bytesAt = 0;     ///< When the first of them came.
-    bool wasInTime = false; ///< All of the reply was there when it was expected.
+    bool hasSlept = false;  ///< Until the reply was expected: silences before that are not known.
+    bool wasInTime = false; ///< As many bytes as the reply has were there then.
 
     void discard(Discarded::Reason reason, int count)
     {
@@ -52,7 +58,7 @@ Transaction Line::transact(const Request &request)
         result.outcome = awaitOutcome(exchange);
     result.doneAt = now();
 
-    expectDelay(exchange);
+    expectReply(exchange);
     if (result.outcome == Outcome::PortGone) {
         exchange.discardAll(Discarded::Noise);
         lastByteAt = -1;
@@ -185,9 +191,23 @@ Outcome Line::awaitReply(Exchange &exchange)
     }
 }
 
+/// True when right before the answer stands a different one, or an exception reply.
+bool Line::isBehindAnother(const Exchange &exchange, const ReplyVerdict &verdict) const
+{
+    const QByteArray before = exchange.bytes.left(verdict.start);
+    const ReplyVerdict other = judgeReply(exchange.request, before, crc);
+    const bool isAnswer = other.kind == ReplyKind::Good || other.kind == ReplyKind::Exception;
+    return isAnswer && before.mid(other.start) != exchange.bytes.mid(verdict.start);
+}
+
 /// Hands over what the driver shall see.
 Outcome Line::conclude(Exchange &exchange, const ReplyVerdict &verdict)
 {
+    // In one burst the later of two counts. While the host slept it may have been two bursts, and then the earlier.
+    if (exchange.hasSlept && isBehindAnother(exchange, verdict)) {
+        exchange.discardAll(Discarded::Noise);
+        return Outcome::WrongLength;
+    }
     exchange.discard(Discarded::Noise, verdict.start);
     Transaction &result = exchange.result;
     result.reply = exchange.bytes;
@@ -229,27 +249,40 @@ qint64 Line::earliestEnd(const Exchange &exchange) const
     return exchange.requestEnd + silence + settings.charactersTime(exchange.request.replyLen);
 }
 
-/// Where the last reply came hardly later than that, the host sleeps until all of the next one is expected. Whatever
-/// else comes, an exception reply or nothing, is then noticed when the reply would have been.
+/// While replies come byte by byte and hardly later than that, the host sleeps until all of the next one is expected.
+/// Whatever else comes, an exception reply or nothing, is then noticed when the reply would have been.
 void Line::sleepThroughReply(Exchange &exchange, qint64 limit)
 {
     const int length = exchange.request.replyLen;
-    if (replyDelay < 0 || length < 0 || !exchange.bytes.isEmpty())
+    if (steadyReplies < SteadyReplies || sleeps >= SleepsInARow || length < 0)
         return;
+    exchange.hasSlept = true;
     channel.restUntil(qMin(earliestEnd(exchange) + replyDelay, limit));
     receive(exchange, 0);
     exchange.wasInTime = exchange.bytes.size() >= length;
 }
 
-/// Expects the next reply a little later than this one; while replies are there in time, sooner and sooner.
-void Line::expectDelay(const Exchange &exchange)
+/// Expects the next reply a little later than this one; while replies are there in time, sooner and sooner. How soon
+/// they really come shows only to a host that is awake.
+void Line::expectReply(const Exchange &exchange)
 {
     const qint64 delay = lastByteAt - earliestEnd(exchange);
-    const bool isKnown = exchange.result.outcome == Outcome::Good && exchange.request.replyLen > 0 && delay >= 0;
-    replyDelay = exchange.wasInTime ? replyDelay - replyDelay / 4 : delay + silence / 8;
+    const bool isGood = exchange.result.outcome == Outcome::Good && exchange.request.replyLen > 0;
+    if (isGood && exchange.hasSlept) {
+        ++sleeps;
+        replyDelay = exchange.wasInTime ? replyDelay - replyDelay / 4 : delay + silence / 8;
+    } else {
+        // Where all bytes come at once, or sooner than the baud rate allows, there are few wake-ups to save.
+        const qint64 spread = lastByteAt - exchange.bytesAt;
+        const bool isPaced = delay >= 0 && 2 * spread >= settings.charactersTime(exchange.request.replyLen - 1);
+        const bool isSteady = isGood && isPaced && !settings.hasEcho;
+        steadyReplies = isSteady ? qMin(steadyReplies + 1, int(SteadyReplies)) : 0;
+        sleeps = 0;
+        replyDelay = delay + silence / 8;
+    }
     // A PLC that takes longer may do so for any time.
-    if (!isKnown || replyDelay > silence)
-        replyDelay = -1;
+    if (replyDelay >= silence)
+        steadyReplies = 0;
 }
 
 /// Each byte would wake the host, hundreds of times a reply. What is missing cannot be there before the line has

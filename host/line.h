@@ -21,9 +21,10 @@ struct Transaction {
     Outcome outcome = Outcome::Timeout;
     QByteArray reply; ///< For DataCom: the answer, what came of it, or nothing.
     int exceptionCode = 0;
-    qint64 sentAt = 0;     ///< Moment at which the request was handed to the line.
-    qint64 doneAt = 0;     ///< Moment at which the outcome was known.
-    qint64 replyTime = -1; ///< Microseconds from the end of the request to the end of a good reply; otherwise -1.
+    qint64 sentAt = 0; ///< Moment at which the request was handed to the line.
+    qint64 doneAt = 0; ///< Moment at which the outcome was known.
+    qint64 replyTime =
+        -1; ///< Microseconds from the end of the request until a good reply was seen whole; otherwise -1.
     qint64 bytesReceived = 0;
     QVector<Discarded> discarded;
     bool echoMissing = false; ///< An echo was expected and did not come, or differed: the request was damaged.
@@ -47,11 +48,12 @@ private:
     Outcome passTurnaround(Exchange &exchange);
     Heard takeEcho(Exchange &exchange);
     Outcome awaitReply(Exchange &exchange);
+    bool isBehindAnother(const Exchange &exchange, const ReplyVerdict &verdict) const;
     Outcome conclude(Exchange &exchange, const ReplyVerdict &verdict);
     Heard receive(Exchange &exchange, qint64 until);
     qint64 earliestEnd(const Exchange &exchange) const;
     void sleepThroughReply(Exchange &exchange, qint64 limit);
-    void expectDelay(const Exchange &exchange);
+    void expectReply(const Exchange &exchange);
     void awaitRest(const Exchange &exchange, int missing, qint64 limit);
     qint64 now();
     bool isPast(qint64 moment);
@@ -64,7 +66,9 @@ private:
     bool isOneMissing = false; ///< The last reply did not come (whole), and may still.
     qint64 latest = 0;         ///< What the clock showed last.
     qint64 lastByteAt = -1;    ///< Of either side; -1 = not known since the port was opened.
-    qint64 replyDelay = -1;    ///< How long after its earliest end the next reply is expected; -1 = at any time.
+    int steadyReplies = 0;     ///< In a row that came byte by byte and soon.
+    int sleeps = 0;            ///< Replies since, through which the host slept.
+    qint64 replyDelay = 0;     ///< How long after its earliest end the next one is expected.
 };
 
 /// "good", "no-reply", "timeout", "crc", "length", "exception", "port".

@@ -177,7 +177,8 @@ QByteArray SerialChannel::receiveUntil(qint64 moment)
         // An event loop of this thread would have let Qt read them.
         if (port->bytesAvailable() > 0)
             return port->readAll();
-        const quint32 events = untold != 0 ? untold : waitForBytes(moment);
+        const bool isAgain = untold != 0;
+        const quint32 events = isAgain ? untold : waitForBytes(moment);
         if (events == 0)
             break;
         untold = 0;
@@ -189,6 +190,9 @@ QByteArray SerialChannel::receiveUntil(qint64 moment)
                 untold = events;
             return QByteArray(bytes, int(count));
         }
+        // All had been read already. A port without bytes gives 0 too, as Qt sets it up.
+        if (count == 0 && isAgain && (events & GoneEvents) == 0)
+            continue;
         // Readable, and nothing to read: the end of the file. A port that was hung up stays like this.
         if (count == 0 || (events & GoneEvents) != 0 || !isPassing(errno))
             close();

@@ -102,6 +102,7 @@ private slots:
     void parityDoesNotKeepAPseudoTerminalFromOpening();
     void everyByteGoesBothWays();
     void everyByteOfALongBurstComes();
+    void aBurstThatFillsAReadIsNotTheEnd();
     void waitEndsAtItsMoment();
     void pastMomentOnlyLooks();
     void bytesThatQtHasReadAreNotLost();
@@ -220,6 +221,20 @@ void TstPanelSerial::everyByteOfALongBurstComes()
     const QByteArray received = receive(*channel, bytes.size());
     other.join();
     QVERIFY(received == bytes);
+}
+
+// As much as a read takes, and a multiple of it: the next look finds nothing, which is not the end of the port.
+void TstPanelSerial::aBurstThatFillsAReadIsNotTheEnd()
+{
+    for (const int count : {1024, 2048}) {
+        const QByteArray bytes(count, 'x');
+        terminal->send(bytes);
+        QCOMPARE(receive(*channel, count), bytes);
+        QCOMPARE(channel->receiveUntil(channel->now() + 1000), QByteArray());
+        QVERIFY(channel->isOpen());
+    }
+    terminal->send("y");
+    QCOMPARE(receive(*channel, 1), QByteArray("y"));
 }
 
 void TstPanelSerial::waitEndsAtItsMoment()
