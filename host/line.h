@@ -21,10 +21,9 @@ struct Transaction {
     Outcome outcome = Outcome::Timeout;
     QByteArray reply; ///< For DataCom: the answer, what came of it, or nothing.
     int exceptionCode = 0;
-    qint64 sentAt = 0; ///< Moment at which the request was handed to the line.
-    qint64 doneAt = 0; ///< Moment at which the outcome was known.
-    qint64 replyTime =
-        -1; ///< Microseconds from the end of the request until a good reply was seen whole; otherwise -1.
+    qint64 sentAt = 0;     ///< Moment at which the request was handed to the line.
+    qint64 doneAt = 0;     ///< Moment at which the outcome was known.
+    qint64 replyTime = -1; ///< Microseconds from the request's end until a good reply was seen whole; otherwise -1.
     qint64 bytesReceived = 0;
     QVector<Discarded> discarded;
     bool echoMissing = false; ///< An echo was expected and did not come, or differed: the request was damaged.

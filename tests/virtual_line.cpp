@@ -24,10 +24,8 @@ bool VirtualLine::send(const QByteArray &bytes)
 QByteArray VirtualLine::receiveUntil(qint64 until)
 {
     waiting += wire.advance(moment);
-    while (waiting.isEmpty() && isOpen() && moment < until) {
-        const qint64 next = wire.nextMoment();
-        passTo(next >= 0 && next < until ? qMax(next, moment) : until);
-    }
+    while (waiting.isEmpty() && isOpen() && moment < until)
+        passToNext(until);
     const QByteArray bytes = waiting;
     waiting.clear();
     return bytes;
@@ -35,23 +33,26 @@ QByteArray VirtualLine::receiveUntil(qint64 until)
 
 void VirtualLine::restUntil(qint64 until)
 {
-    while (isOpen() && moment < until) {
-        const qint64 next = wire.nextMoment();
-        passTo(next >= 0 && next < until ? qMax(next, moment) : until);
-    }
+    while (isOpen() && moment < until)
+        passToNext(until);
 }
 
 void VirtualLine::sleepUntil(qint64 until)
 {
-    while (moment < until) {
-        const qint64 next = wire.nextMoment();
-        passTo(next >= 0 && next < until ? qMax(next, moment) : until);
-    }
+    while (moment < until)
+        passToNext(until);
 }
 
 void VirtualLine::callAt(qint64 when, std::function<void()> what)
 {
     calls.insert(when, std::move(what));
+}
+
+/// To the moment, or to the next one before it at which something comes.
+void VirtualLine::passToNext(qint64 until)
+{
+    const qint64 next = wire.nextMoment();
+    passTo(next >= 0 && next < until ? qMax(next, moment) : until);
 }
 
 void VirtualLine::passTo(qint64 until)

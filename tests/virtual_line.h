@@ -25,6 +25,7 @@ public:
     void callAt(qint64 when, std::function<void()> what);
 
 private:
+    void passToNext(qint64 until);
     void passTo(qint64 until);
 
     Wire &wire;
