@@ -4,6 +4,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <chrono>
 #include <vector>
@@ -12,15 +14,25 @@ namespace {
 
 enum { InOrder = 0, Mixed = 1, LongestBurst = 1000, Parsed = 1000 };
 
+/// Pages that the system has had to hand out so far.
+long pageFaults()
+{
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_minflt;
+}
+
 void rebuild(benchmark::State &state)
 {
     DriverRig rig(Storage::Image, 1, 1);
     const int count = int(state.range(1));
     QList<VARDESC> variables = describe(count, state.range(0) == InOrder);
     const int blocks = rig.driver().reCreatReadVarList(variables);
+    const long faults = pageFaults();
     for (auto _ : state)
         if (rig.driver().reCreatReadVarList(variables) != blocks)
             state.SkipWithError("another list than before");
+    state.counters["faults"] = benchmark::Counter(double(pageFaults() - faults), benchmark::Counter::kAvgIterations);
     state.SetItemsProcessed(state.iterations() * count);
 }
 

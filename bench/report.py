@@ -1,7 +1,9 @@
 #!/usr/bin/python3
 """Writes docs/performance.md and its charts from what was measured.
 
-Usage: bench/report.py RESULTS.json ALLOCATIONS.txt     (and bench/instructions.txt)
+Usage: bench/report.py RESULTS.json KEPT.json ALLOCATIONS.txt     (and bench/instructions.txt)
+
+KEPT.json has the rebuilds once more, where malloc keeps what is given back to it.
 """
 import datetime
 import json
@@ -99,6 +101,17 @@ def list_rows(figures):
     return rows
 
 
+def rebuild_parts(figures, kept):
+    """What a rebuild costs the system, and what it costs where malloc asks the system no more."""
+    parts = {}
+    for order, name in enumerate(('in_order', 'mixed')):
+        many, few = f'rebuild/{order}/100000', f'rebuild/{order}/1000'
+        parts[f'faults_{name}'] = f'{figures.counter(many, "faults"):.0f}'
+        parts[f'kept_faults_{name}'] = f'{kept.counter(many, "faults"):.0f}'
+        parts[f'kept_{name}'] = f'{kept.item_ns(many) / kept.item_ns(few):.2f}'
+    return parts
+
+
 def line_rows(figures):
     rows = []
     for key in PEERS:
@@ -157,10 +170,11 @@ def machine(figures):
 
 
 def main(arguments):
-    if len(arguments) != 2:
+    if len(arguments) != 3:
         sys.exit(__doc__)
-    figures = Figures(json.loads(pathlib.Path(arguments[0]).read_text()), pathlib.Path(arguments[1]).read_text(),
-                      instructions.read_kept())
+    allocations, counts = pathlib.Path(arguments[2]).read_text(), instructions.read_kept()
+    figures, kept = (Figures(json.loads(pathlib.Path(name).read_text()), allocations, counts)
+                     for name in arguments[:2])
     goals = goal_rows(figures)
     parts = {
         'machine': machine(figures),
@@ -176,6 +190,7 @@ def main(arguments):
         'paced': table(['Ten of', 'Share of a core', 'Transactions a second, together', 'CPU each'],
                        paced_rows(figures)),
         'panel_memory': f'{figures.counter("host/memory", "panel_kB") / 1024:.1f}',
+        **rebuild_parts(figures, kept),
     }
     text = (HERE / 'performance.md.in').read_text()
     for name, part in parts.items():
