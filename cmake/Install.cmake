@@ -41,6 +41,9 @@ foreach(program IN LISTS programs)
   endif()
 endforeach()
 
+# The manual; its links to examples hold there, those to what only the sources have do not.
+install(DIRECTORY docs DESTINATION ${docs}/emerson-ec-series-dev COMPONENT dev PATTERN site EXCLUDE)
+
 # What every package has.
 find_program(EC_GZIP gzip REQUIRED)
 add_custom_command(OUTPUT ${made}/changelog.gz

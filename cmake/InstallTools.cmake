@@ -4,6 +4,8 @@ find_package(Python3 COMPONENTS Interpreter REQUIRED)
 install(TARGETS ecpanel ecsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 install(FILES examples/line.toml examples/tags.csv examples/plc.toml
   DESTINATION ${docs}/emerson-ec-series-tools/examples COMPONENT tools)
+install(FILES docs/host.md docs/simulator.md docs/trace.md docs/device-types.md
+  DESTINATION ${docs}/emerson-ec-series-tools/docs COMPONENT tools)
 
 string(TIMESTAMP today "%Y-%m-%d" UTC)
 # The programs may have been built to count what they run; asking for help is not to be counted.

@@ -51,8 +51,8 @@ data and queues writes. It starts no thread and opens no port.")
 set(CPACK_DEBIAN_DRIVER_PACKAGE_SHLIBDEPS ${needs_libraries})
 
 ec_package(dev emerson-ec-series-dev libdevel "communication driver for Emerson EC-series PLCs - development files"
-  "The headers of the driver, its CMake package and pkg-config file, and examples
-of programs that load it.")
+  "The headers of the driver, its CMake package and pkg-config file, its manual,
+and examples of programs that load it.")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "emerson-ec-series ${same_version}, qtbase5-dev")
 
 if(EC_BUILD_TOOLS)

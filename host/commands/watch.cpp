@@ -225,8 +225,7 @@ void addWatchCommand(CLI::App &app, CommandContext &context)
     auto options = std::make_shared<WatchOptions>();
     CLI::App *const verb =
         app.add_subcommand("watch", "Show the tags live, with quality and age, and the line's state");
-    verb->add_option("names", options->names, "Tags to watch; all that can be read when none is named")
-        ->type_name("NAME");
+    verb->add_option("NAME", options->names, "Tags to watch; all that can be read when none is named");
     verb->add_option("--duration", options->seconds, "End after so many seconds instead of by q or Ctrl-C")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.001, 1e9));

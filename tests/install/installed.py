@@ -13,6 +13,7 @@ import unittest
 
 BUILD, VERSION = os.path.abspath(sys.argv[1]), sys.argv[2]
 HERE = os.path.dirname(os.path.abspath(__file__))
+MANUAL = os.path.join(os.path.dirname(os.path.dirname(HERE)), "docs")
 CONSUMER = os.path.join(HERE, "consumer")
 SAID = "4B37 163\n"  # Both consumers: a check value, and word 10, bit 3.
 CHECK_SETTINGS = ["check", "--settings", "line.toml", "--tags", "tags.csv"]
@@ -24,7 +25,7 @@ LIBDIR = CACHE["CMAKE_INSTALL_LIBDIR"]
 HAS_TOOLS = CACHE["EC_BUILD_TOOLS"] == "ON"
 COMPILER = [CACHE["CMAKE_CXX_COMPILER"], *CACHE["CMAKE_CXX_FLAGS"].split()]
 
-# Folders of examples that are programs come on top.
+# Folders of examples that are programs come on top, and the manual.
 EXPECTED = f"""\
 {LIBDIR}/emerson_ec_series/libemerson_ec_series.so
 {LIBDIR}/cmake/emerson_ec_series/emerson_ec_series-config.cmake
@@ -52,6 +53,10 @@ share/bash-completion/completions/ecsim
 share/doc/emerson-ec-series-tools/changelog.Debian.gz
 share/doc/emerson-ec-series-tools/changelog.gz
 share/doc/emerson-ec-series-tools/copyright
+share/doc/emerson-ec-series-tools/docs/device-types.md
+share/doc/emerson-ec-series-tools/docs/host.md
+share/doc/emerson-ec-series-tools/docs/simulator.md
+share/doc/emerson-ec-series-tools/docs/trace.md
 share/doc/emerson-ec-series-tools/examples/line.toml
 share/doc/emerson-ec-series-tools/examples/plc.toml
 share/doc/emerson-ec-series-tools/examples/tags.csv
@@ -99,12 +104,18 @@ class Installed(unittest.TestCase):
         destdir = os.path.join(self.folder, "destdir")
         run("cmake", "--install", BUILD, env={**os.environ, "DESTDIR": destdir})
         prefix = destdir + CACHE["CMAKE_INSTALL_PREFIX"]
-        files = [name for name in files_below(prefix) if "/emerson-ec-series-dev/examples/" not in name]
+        files = [name for name in files_below(prefix)
+                 if "/emerson-ec-series-dev/examples/" not in name and "/emerson-ec-series-dev/docs/" not in name]
         self.assertEqual(files, sorted(EXPECTED + (EXPECTED_TOOLS if HAS_TOOLS else [])))
         self.assertEqual(files_below(destdir), sorted(
             os.path.join(CACHE["CMAKE_INSTALL_PREFIX"], name)[1:] for name in files_below(prefix)))
         with open(os.path.join(prefix, LIBDIR, "pkgconfig", "emerson_ec_series.pc"), encoding="utf-8") as file:
             self.assertEqual(file.readline(), "prefix=%s\n" % CACHE["CMAKE_INSTALL_PREFIX"])
+
+    def test_the_manual_comes_with_the_headers(self):
+        pages = files_below(os.path.join(self.prefix, "share/doc/emerson-ec-series-dev/docs"))
+        self.assertIn("interface.md", pages)  # The header sends its reader there.
+        self.assertEqual(pages, [name for name in files_below(MANUAL) if not name.startswith("site/")])
 
     def test_nothing_that_is_text_knows_the_build(self):
         for name in files_below(self.prefix):
