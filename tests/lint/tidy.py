@@ -2,8 +2,8 @@
 """clang-tidy has nothing to say of the sources; .clang-tidy has what it looks for, and why not for the rest.
 Usage: tidy.py BUILD_DIR SOURCE_DIR [--all | FILE...]
 
-Looks at the driver and at what differs from the last commit; with --all at the host and the simulator too. Compiles
-nothing, but takes the flags of each file from BUILD_DIR/compile_commands.json.
+Looks at the driver and at what differs from the last commit but one; with --all at the host and the simulator too.
+Compiles nothing, but takes the flags of each file from BUILD_DIR/compile_commands.json.
 """
 
 import concurrent.futures
@@ -53,14 +53,22 @@ def sources_in(source, rooms):
     return sorted(path for room in rooms for path in glob.glob('%s/%s/*.cpp' % (source, room)))
 
 
-def changed(source):
-    """Sources of host and simulator that git shows as changed, or whose own header is; none where git cannot tell."""
+def lines_of_git(source, *arguments):
+    """What git prints; nothing where there is no git, or no such commit."""
     try:
-        lines = subprocess.run(['git', '-C', source, 'status', '--porcelain', '--untracked-files=all', '--no-renames'],
-                               check=True, capture_output=True, text=True).stdout.splitlines()
+        return subprocess.run(['git', '-C', source, *arguments], check=True, capture_output=True,
+                              text=True).stdout.splitlines()
     except (OSError, subprocess.CalledProcessError):
         return []
-    stems = {os.path.splitext(line[3:])[0] for line in lines}
+
+
+def changed(source):
+    """Sources of host and simulator that the last commit has changed or that are not committed, or whose own header
+    is such; none where git cannot tell."""
+    names = (lines_of_git(source, 'diff', '--name-only', '--relative', '--no-renames', 'HEAD~1')
+             or lines_of_git(source, 'diff', '--name-only', '--relative', '--no-renames', 'HEAD'))
+    names += lines_of_git(source, 'ls-files', '--others', '--exclude-standard')
+    stems = {os.path.splitext(name)[0] for name in names}
     return [path for path in sources_in(source, OTHERS)
             if os.path.splitext(os.path.relpath(path, source))[0] in stems]
 
