@@ -5,7 +5,7 @@ import re
 import shutil
 import subprocess
 
-SHOWN_PORT = '/tmp/plc'  # in the pages; here it is a file of the command's own place
+SHOWN_PORT = '/tmp/ecsim'  # in the pages; here it is a file of the command's own place
 
 
 class Place:
@@ -46,17 +46,22 @@ class Place:
     def quiet(self, *command):
         subprocess.run(command, cwd=self.root, env=self.environment, check=True, stdout=subprocess.DEVNULL)
 
-    def start_plc(self, silent):
+    def start_plc(self, more):
+        """A text has further options, or a command for it."""
+        more = more if isinstance(more, str) else ''
         command = ['ecsim', 'run', '--pty', '--link', self.port, '--values', 'examples/plc.toml', '--pace', '--baud',
                    '19200', '--parity', 'none', '--stop-bits', '2', '--stdin', '--quiet']
+        command += more.split() if more.startswith('--') else []
         self.plc = subprocess.Popen(command, cwd=self.root, env=self.environment, text=True,
                                     stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         if not self.plc.stdout.readline().startswith('ready'):
             raise SystemExit('the simulated PLC does not start')
-        if silent:
-            self.plc.stdin.write('stop-answering 1\n')
+        if more and not more.startswith('--'):
+            self.plc.stdin.write(more + '\n')
             self.plc.stdin.flush()
-            self.plc.stdout.readline()
+            answer = self.plc.stdout.readline()
+            if not answer.startswith('ok'):
+                raise SystemExit('the simulated PLC says ' + answer)
 
     def end(self):
         if self.plc:
@@ -110,10 +115,24 @@ def wrong_values(place):
     place.write('plc.toml', '[[station]]\nnumber = 1\n[station.registers]\n8256 = 1\n100 = 70000\n')
 
 
+def wrong_tags(place):
+    place.write('wrong.csv', 'name,type,address,station,count,format,order,scale,unit,rw\nstart,0,18,,,,,,,\n'
+                'lamp,1,10,,,,,,,\nspeed,7,100,,,,,,,\nlevel,7,101,3,,,,,,\npump,2,8,,,,,,,\nready,0,20,,,,,,,rw\n')
+
+
+def several_stations(place):
+    """Of which the simulated PLC has two."""
+    place.write('tags.csv', 'name,type,address,station,count,format,order,scale,unit,rw\n'
+                + ''.join('level%d,7,100,%d,,,,,,\n' % (number, number) for number in (1, 2, 3)))
+    settings = re.sub(r'(?m)^station = .*\n', '', place.read('line.toml')).replace('"one"', '"several"', 1)
+    settings = re.sub(r'reply_timeout_ms = \d+', 'reply_timeout_ms = 300', settings)
+    place.write('line.toml', re.sub(r'retries = \d+', 'retries = 0', settings))
+
+
 def field_trace(place):
     place.quiet('ecpanel', 'read', '--quiet', '--trace', 'field.trace')
 
 
 FILES = {'your-toolchain.cmake': toolchain, 'man page': man_page, 'host.cpp': host_program, 'installed': installed,
          'cable.txt': cable_rules, 'plant': plant, 'sparse tags': sparse_tags, 'wrong plc.toml': wrong_values,
-         'field.trace': field_trace}
+         'wrong tags': wrong_tags, 'several stations': several_stations, 'field.trace': field_trace}

@@ -1,7 +1,8 @@
-#!/usr/bin/env python3
-"""Runs every command that README.md and docs/ print, as it stands but for the place of the port, each block in a fresh
-copy of the sources with the built programs in PATH, and compares what it prints where the page shows that. What a
-command needs, and which are not run and why, is in list.toml.
+#!/usr/bin/python3
+"""Runs every command that README.md and docs/ print, each block in a fresh copy of the sources with the built programs in
+PATH, and compares what it prints where the page shows that. Each is run
+as it stands but for the place of the port, and what a busy machine needs. What a command needs, and which are not run
+and why, is in list.toml.
 Usage: try_commands.py [--all] [--only TEXT] SOURCE_DIR BUILD_DIR    (--all: also what is slow)
 """
 
@@ -16,6 +17,7 @@ import tomllib
 
 import places
 import printed
+import terminal
 
 PATIENCE = 120  # s; with --all an hour
 
@@ -30,8 +32,8 @@ def entry_of(entries, command):
 
 
 def shape(line):
-    """A line without its numbers, and without the width of its columns."""
-    return ' '.join(re.sub(r'-?\d+(\.\d+)?', '#', line).split())
+    """A line without its numbers, and without the width of its columns and of the table."""
+    return ' '.join(re.sub(r'-{9,}', '---', re.sub(r'-?\d+(\.\d+)?', '#', line)).split())
 
 
 def difference(shown, got, form):
@@ -78,12 +80,16 @@ def run(place, text, wanted, patience):
 def try_command(place, command, entry, patience):
     """What is wrong, or None."""
     if entry.get('plc'):
-        place.start_plc(entry['plc'] == 'silent')
+        place.start_plc(entry['plc'])
     for name in entry.get('files', ()):
         places.FILES[name](place)
     text = command.text.replace(places.SHOWN_PORT, place.port)
-    if entry.get('serves') or (command.output or [''])[0].startswith('ready '):
+    if 'busy' in entry:
+        text = text.replace(entry['starts'], '%s %s' % (entry['starts'], entry['busy']), 1)
+    if entry.get('serves', (command.output or [''])[0].startswith('ready ')):
         got, problem = serve(place, text)
+    elif entry.get('terminal'):
+        got, problem = terminal.show(place, text)
     else:
         got, problem = run(place, text, entry.get('exit', 0), patience)
     place.end()
@@ -121,6 +127,14 @@ def try_block(options, commands, entries, tally):
             print('%s %s%s' % ('failed   ' if problem else 'passed   ', command, said), flush=True)
 
 
+def blocks_of(source):
+    texts = {}
+    for page in printed.pages(source):
+        with open(os.path.join(source, page), encoding='utf-8') as file:
+            texts[page] = file.read()
+    return [block for page, text in texts.items() for block in printed.blocks(page, text)]
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument('--all', action='store_true')
@@ -131,10 +145,8 @@ def main():
     with open(os.path.join(os.path.dirname(__file__), 'list.toml'), 'rb') as file:
         entries = tomllib.load(file)['command']
     tally = {'passed': 0, 'failed': 0, 'left out': 0}
-    for page in printed.pages(options.source):
-        with open(os.path.join(options.source, page), encoding='utf-8') as file:
-            for commands in printed.blocks(page, file.read()):
-                try_block(options, commands, entries, tally)
+    for commands in blocks_of(options.source):
+        try_block(options, commands, entries, tally)
     for entry in entries:
         if not entry.get('used'):
             print('failed    list.toml: no page has a command that begins with "%s"' % entry['starts'])
