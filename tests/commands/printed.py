@@ -1,8 +1,10 @@
-"""Finds the commands that pages print: each line of a ```sh block, and each "$ ..." of a ```text block with the output
-that stands below it."""
+"""Finds the commands that pages print: each line of a ```sh block, each "$ ..." of a ```text block with the output that
+stands below it, and in the prose those with arguments that stand in backticks."""
 
 import os
 import re
+
+PROGRAM = r'(build/release/)?(ecpanel|ecsim|cmake|ctest|g\+\+|pkg-config|(scripts|proof)/\S+) .+'
 
 
 class Command:
@@ -59,6 +61,24 @@ def blocks(page, text):
         commands = reader(page, first, lines) if reader else []
         if commands:
             yield commands
+
+
+def mentions(page, text):
+    """Commands without an output."""
+    fences = [range(first - 1, first + len(lines) + 1) for first, _, lines in fenced(text)]
+    prose = '\n'.join('' if any(number in fence for fence in fences) else line
+                      for number, line in enumerate(text.splitlines(), 1))
+    for match in re.finditer(r'`([^`]+)`', prose):
+        said = ' '.join(match.group(1).split())
+        if re.fullmatch(PROGRAM, said):
+            yield Command(page, prose.count('\n', 0, match.start()) + 1, said)
+
+
+def is_among(mention, commands):
+    """Whether one of them begins so, on its own or within a line; a word in capitals stands for any."""
+    words = [r'\S+' if re.fullmatch('[A-Z]+', word) else re.escape(word) for word in mention.text.split()]
+    pattern = re.compile(r'(^|[|;(] ?)(build/release/)?%s(?!\S)' % ' '.join(words))
+    return any(pattern.search(command.text) for command in commands)
 
 
 def pages(source):

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Runs every command that README.md and docs/ print, each block in a fresh copy of the sources with the built programs in
-PATH, and compares what it prints where the page shows that. Each is run
+PATH, and compares what it prints where the page shows that. One that stands in the prose alone is run too. Each is run
 as it stands but for the place of the port, and what a busy machine needs. What a command needs, and which are not run
 and why, is in list.toml.
 Usage: try_commands.py [--all] [--only TEXT] SOURCE_DIR BUILD_DIR    (--all: also what is slow)
@@ -132,7 +132,14 @@ def blocks_of(source):
     for page in printed.pages(source):
         with open(os.path.join(source, page), encoding='utf-8') as file:
             texts[page] = file.read()
-    return [block for page, text in texts.items() for block in printed.blocks(page, text)]
+    found = [block for page, text in texts.items() for block in printed.blocks(page, text)]
+    known = [command for block in found for command in block]
+    for page, text in texts.items():
+        for mention in printed.mentions(page, text):
+            if not printed.is_among(mention, known):
+                known.append(mention)
+                found.append([mention])
+    return found
 
 
 def main():
