@@ -12,7 +12,7 @@ import time
 import pyte
 
 ROWS, COLUMNS = 40, 105
-SETTLED = 2  # s, after which everything has been read
+SETTLED = 4  # s, after which everything has been read, also beside other tests
 PATIENCE = 20  # s
 
 
