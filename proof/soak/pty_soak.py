@@ -106,6 +106,8 @@ class Soak:
     def start(self):
         share = 0.5 if self.hours > LONG else 1
         rules = [f'{fault},rate={FAULT_RATE * share}' for fault in FAULTS]
+        # Each kind once for certain: chance may leave one out of a short run.
+        rules += [f'{fault},first={number},last={number}' for number, fault in zip(range(2000, 15000, 500), FAULTS)]
         rules += ['port-gone,first=15000,last=15000,ms=300', f'port-gone,rate={PORT_RATE * share},ms=300']
         self.ledger = os.path.join(self.folder, 'ledger.jsonl')
         sim = [f'{self.build}/ecsim', 'run', '--pty', '--link', self.port, '--live', 'counter32@90', '--stdin',
